@@ -1,0 +1,28 @@
+# One interface target carries what every target of the project is compiled with.
+
+add_library(tidemark_options INTERFACE)
+target_compile_options(tidemark_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wextra-semi)
+if(TIDEMARK_WARNINGS_AS_ERRORS)
+  target_compile_options(tidemark_options INTERFACE -Werror)
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+  # -O1 keeps sanitizer runs short; -g1 is enough for stack traces.
+  set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1 -fno-omit-frame-pointer")
+endif()
+if(TIDEMARK_SANITIZE)
+  target_compile_options(tidemark_options INTERFACE -fsanitize=${TIDEMARK_SANITIZE} -fno-sanitize-recover=undefined)
+  target_link_options(tidemark_options INTERFACE -fsanitize=${TIDEMARK_SANITIZE})
+endif()
+
+find_program(TIDEMARK_CCACHE ccache)
+if(TIDEMARK_CCACHE)
+  # The base directory lets checkouts in different folders share entries. No precompiled headers: they would not.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${TIDEMARK_CCACHE})
+endif()
+
+find_program(TIDEMARK_MOLD mold)
+if(TIDEMARK_MOLD)
+  add_link_options(-fuse-ld=mold)
+endif()

@@ -1,0 +1,15 @@
+# Every library is a Debian 12 package; scripts/install-packages names them.
+
+find_package(Threads REQUIRED)
+find_package(CURL 7.88 REQUIRED)
+find_package(EXPAT REQUIRED)
+find_package(OpenSSL 3.0 REQUIRED)
+find_package(date REQUIRED)
+find_package(nlohmann_json 3.11 REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(tl-expected REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(Boost 1.74 REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)

@@ -1,0 +1,13 @@
+# Script: writes OUTPUT from the tables below DIRECTORY.
+file(GLOB tables "${DIRECTORY}/*/*.json")
+list(SORT tables)
+set(text "#include \"platform/LocalizationTables.h\"\n\nnamespace tidemark {\n\nstd::span<const EmbeddedTable> embeddedTables()\n{\n    static const EmbeddedTable tables[] = {\n")
+foreach(path IN LISTS tables)
+  cmake_path(GET path STEM name)
+  cmake_path(GET path PARENT_PATH folder)
+  cmake_path(GET folder FILENAME language)
+  file(READ "${path}" json)
+  string(APPEND text "        {\"${language}\", \"${name}\", R\"tables(${json})tables\"},\n")
+endforeach()
+string(APPEND text "    };\n    return tables;\n}\n\n} // namespace tidemark\n")
+file(WRITE "${OUTPUT}" "${text}")

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "platform/Result.h"
+
+namespace tidemark {
+
+/// A keyed archive (binary property list with an object table) whose root is an array of objects of one class, each
+/// with a text under "name" and a number under "mod": the form of a sync-info file. Neither direction holds the
+/// document twice; time is linear in the number of records.
+namespace KeyedArchive {
+
+struct Record
+{
+    std::string_view name;
+    double mod = 0;
+};
+
+/// Writes a file whole (DurableReplacement, mode 0600). `next` fills the record and answers true until there is none
+/// left; `count` is the number of records it will give.
+Status write(const std::string& path, std::string_view className, std::size_t count,
+             const std::function<bool(Record&)>& next);
+
+/// Calls `take` for each record in array order; the text is valid during the call. Any altered, truncated or foreign
+/// document is an error of domain "KeyedArchive" that names the file, found before or after some records were taken.
+/// Tables in any order, shared objects, dates and extra keys are understood.
+Status read(const std::string& path, const std::function<void(const Record&)>& take);
+
+} // namespace KeyedArchive
+
+} // namespace tidemark
