@@ -40,7 +40,12 @@ struct HttpResponseHead
     HttpHeader header;
 };
 
-enum class HttpAuthenticationScheme { none, basic, digest };
+enum class HttpAuthenticationScheme
+{
+    none,
+    basic,
+    digest
+};
 
 struct HttpCredentials
 {
@@ -54,6 +59,8 @@ struct HttpProxy
     std::string host;
     int port = 0;
     HttpCredentials credentials;
+    /// Http URLs go through a tunnel too; https ones always do.
+    bool tunnelsAll = false;
 };
 
 /// A client's certificate chain and private key, both PEM.
@@ -73,7 +80,8 @@ struct HttpTls
 };
 
 /// Outcomes of a failed exchange that callers tell apart.
-enum class HttpStreamFailure {
+enum class HttpStreamFailure
+{
     other,
     serverCertificateUntrusted,
     clientCertificateMissing,
@@ -143,22 +151,22 @@ class HttpStream
 public:
     HttpStream(std::shared_ptr<HttpSession> session, HttpStreamClient& client);
     /// Closes.
-    ~HttpStream();
+    virtual ~HttpStream();
     HttpStream(const HttpStream&) = delete;
     HttpStream& operator=(const HttpStream&) = delete;
 
     /// Starts the exchange on the calling thread's RunLoop.
-    Status open(HttpStreamRequest request);
+    virtual Status open(HttpStreamRequest request);
     /// Ends the exchange without further events and at once, whatever it is waiting for. The opening thread only.
-    void close();
-    bool isOpen() const;
+    virtual void close();
+    virtual bool isOpen() const;
 
     /// Bytes of the request body handed to the connection so far. Any thread.
-    std::uint64_t sentBodyBytes() const;
+    virtual std::uint64_t sentBodyBytes() const;
 
 private:
-    struct State;
-    std::unique_ptr<State> state_;
+    class Exchange;
+    std::shared_ptr<Exchange> exchange_;
 };
 
 } // namespace tidemark
