@@ -1,0 +1,86 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "SyncLibrary/BXSyncCommandRunning.h"
+#include "SyncLibrary/BXSyncInspectFile.h"
+#include "SyncLibrary/BXSyncProgressDelegate.h"
+#include "SyncLibrary/BXSyncWebDAVFileItem.h"
+#include "platform/Url.h"
+
+namespace tidemark {
+
+class ASHttpConnectInfo;
+
+/// The server of a configuration as an inspector needs it.
+struct BXSyncServerAccess
+{
+    std::shared_ptr<ASHttpConnectInfo> connectInfo;
+    /// The version the server told at sign-in; empty when it told none.
+    std::string marlockVersion;
+    /// Runs the requests; outlives the inspector.
+    BXSyncCommandRunning& runner;
+    /// May be null; outlives the inspector.
+    BXSyncProgressDelegate* progress = nullptr;
+};
+
+/// Classifies the server folder, which it lists with one request per folder. Roots and folders are URL texts.
+class BXSyncWebDAVInspectFile : public BXSyncInspectFile
+{
+public:
+    /// A tree nested deeper, or a pathname of more bytes, fails the scan.
+    static constexpr int maximumDepth = 256;
+    static constexpr std::size_t maximumPathname = 4096;
+    /// Memory that the entries of one scan may take, roughly in bytes; more fails the scan.
+    static constexpr std::uint64_t maximumListing = 2ULL << 30;
+
+    using Items = std::vector<BXSyncWebDAVFileItem>;
+
+    BXSyncWebDAVInspectFile(BXSyncServerAccess server, std::shared_ptr<LogFacade> logger);
+
+    /// Once set, folders not yet listed are not listed and count 0. Any thread.
+    bool cancel() const { return cancel_; }
+    void setCancel(bool value) { cancel_ = value; }
+
+    /// The entries of one folder; nothing after a failure, which has been logged. With includeSelf the folder's own
+    /// entry comes too, a single file may be asked for, and a path that is not there gives an empty list.
+    std::optional<Items> createWebDAVFileItems(const std::string& url, bool includeSelf = false);
+
+    std::int64_t checkSyncInfo(const std::string& root, bool isAllUpdate = false) override;
+    using BXSyncInspectFile::searchFile;
+    std::int64_t searchFile(const std::string& folder, const std::string& basepath) override;
+
+protected:
+    /// How the server answered a listing request.
+    struct Answer
+    {
+        int statusCode = 0;
+        std::string body;
+    };
+
+    /// Sends one listing request. Statuses beside 207 and 404 are failures; with `probing` those by which servers
+    /// refuse the wrong one of the two forms of a URL (with "/" at its end or without) are answers too. The error's
+    /// userInfo holds the text for the log.
+    virtual Result<Answer> requestListing(const Url& url, bool probing);
+    /// `path` of the item below `base`, decoded, in NFC, beginning with "/".
+    static std::string pathnameOf(const BXSyncFileItem& item, const std::string& base);
+    void startScan();
+
+private:
+    std::optional<Items> itemsOfAnswer(const Url& url, const Answer& answer, bool includeSelf);
+    Result<Answer> requestEither(const Url& url);
+    bool admits(const BXSyncWebDAVFileItem& item);
+
+    BXSyncServerAccess server_;
+    std::atomic<bool> cancel_ = false;
+    std::uint64_t listedBytes_ = 0;
+    int depth_ = 0;
+};
+
+} // namespace tidemark
