@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,6 +24,13 @@ public:
     /// Replaces every field of that name.
     void set(const std::string& name, std::string value);
     void remove(const std::string& name);
+    /// Appends to the value of the field added last.
+    void extendLast(std::string_view text)
+    {
+        if (!fields_.empty()) fields_.back().second += text;
+    }
+    /// The values of all fields of that name.
+    std::vector<std::string> values(std::string_view name) const;
     /// Several fields of one name are joined by ", ".
     std::optional<std::string> value(std::string_view name) const;
     bool contains(std::string_view name) const { return value(name).has_value(); }
@@ -145,7 +153,7 @@ public:
 /// unless it is closed before. Connections are kept by the thread's RunLoop and reused by later streams of the thread.
 ///
 /// Redirects are followed for the same scheme, host and port only, ten at most; any other one is reported as it came.
-/// Header fields of an answer are limited to 256 KiB in all.
+/// Header fields of an answer are limited to 256 KiB and 1,000 lines in all.
 class HttpStream
 {
 public:

@@ -1,0 +1,45 @@
+#include "platform/HttpFailure.h"
+
+#include <curl/curl.h>
+
+namespace tidemark {
+
+namespace {
+
+HttpStreamFailure kindOf(const HttpTransferEnd& end, const HttpTlsObservation& tls)
+{
+    switch (end.curlCode) {
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_ISSUER_ERROR:
+    case CURLE_SSL_INVALIDCERTSTATUS:
+        return HttpStreamFailure::serverCertificateUntrusted;
+    case CURLE_SSL_CERTPROBLEM:
+        return HttpStreamFailure::clientCertificateRefused;
+    case CURLE_SSL_CLIENTCERT:
+        return end.hasClientIdentity ? HttpStreamFailure::clientCertificateRefused
+                                     : HttpStreamFailure::clientCertificateMissing;
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+        break;
+    default:
+        return HttpStreamFailure::other;
+    }
+    // With TLS 1.3 the server's verdict on the client's certificate comes after the handshake, as a failed read, and a
+    // server may close before its alert can be read.
+    if (end.sawResponse || !tls.certificateRequested) return HttpStreamFailure::other;
+    if (!end.hasClientIdentity) return HttpStreamFailure::clientCertificateMissing;
+    return tls.alert != HttpTlsObservation::noAlert ? HttpStreamFailure::clientCertificateRefused
+                                                    : HttpStreamFailure::other;
+}
+
+} // namespace
+
+HttpStreamError classifyFailure(const HttpTransferEnd& end, const HttpTlsObservation& tls)
+{
+    HttpStreamError error{kindOf(end, tls), end.curlCode, end.text};
+    if (error.text.empty()) error.text = curl_easy_strerror(static_cast<CURLcode>(end.curlCode));
+    return error;
+}
+
+} // namespace tidemark
