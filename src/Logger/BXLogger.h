@@ -26,7 +26,7 @@ public:
     /// exists is returned as it is: another `maxFiles` does not change it. Never null; a folder that cannot be written
     /// costs one error line in the global log and the lines meant for it.
     static std::shared_ptr<LogFacade> getLogger(const std::string& folder = {}, const std::string& name = {},
-                                                std::optional<int> maxFiles = {});
+                                                std::optional<int> maxFiles = {}, const Clock& clock = Clock::system());
     static std::shared_ptr<BXFileLogger> createFileLogger(const std::string& path, std::optional<int> maxLogFiles = {},
                                                           const Clock& clock = Clock::system());
 
