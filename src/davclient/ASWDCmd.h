@@ -85,24 +85,29 @@ protected:
     void fireError();
     void fireCompleted();
     /// Sets error 32768 with what the connection knows about its failure.
-    void setErrorFromConnection();
+    void setErrorFromConnection(const ASHttpConnection& connection);
     void setError(std::int64_t code, std::string description);
-    /// Ends the exchange from inside with `error` and runs the handler.
-    void fail(Error error);
-    ASHttpConnection& currentConnection() { return *connection_; }
+    /// Why handleBytes() is about to refuse the response; becomes the description of the error.
+    void refuseResponse(std::string reason) { refusal_ = std::move(reason); }
 
 private:
-    void runHandler();
+    bool begin(std::shared_ptr<ASHttpConnection> connection);
+    bool endRunning();
     void cancelHere(std::uint64_t execution);
 
     const Url remoteURL_;
     const std::shared_ptr<ASHttpConnectInfo> connectInfo_;
-    mutable std::mutex mutex_; // guards the pointer connection_, loop_, execution_ and cancelled_
+    mutable std::mutex mutex_; // guards the pointer connection_ and all to running_
     std::shared_ptr<ASHttpConnection> connection_;
     std::shared_ptr<RunLoop> loop_;
+    /// Counts executions, so that a cancel posted for one does not hit the next.
     std::uint64_t execution_ = 0;
-    bool cancelled_ = false;
+    bool cancelledBefore_ = false;
+    /// Executed, and the handler has not run.
+    bool running_ = false;
+    bool starting_ = false;
     bool executedHandler_ = false;
+    std::string refusal_;
     std::atomic<std::int64_t> sentBytes_ = 0;
     CompleteEventHandler completeEventHandler_;
     HttpHeader requestHeader_;

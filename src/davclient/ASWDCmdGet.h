@@ -24,27 +24,27 @@ public:
     bool execute() override;
     bool handleBytes(ASHttpConnection&, std::span<const std::byte> bytes) override;
     void didReceiveResponse(ASHttpConnection&, const HttpResponseHead&) override;
-    void didReceiveAuthenticationChallenge(ASHttpConnection&, const ASHttpAuthentication&, bool isProxy) override;
     void didFailToPassAuthenticationChallenge(ASHttpConnection&, const ASHttpAuthentication&) override;
     void connectionDidFailToEstablish(ASHttpConnection&) override;
     void interruptedConnection(ASHttpConnection&) override;
 
 protected:
     virtual std::unique_ptr<OutputStream> generateStream(const HttpResponseHead& response);
-    /// A 2xx response that cannot be used where it is not what was asked for: the reason.
+    /// Why a 2xx response is not what was asked for; nothing when it is.
     virtual std::optional<std::string> refusal(const HttpResponseHead&) const { return std::nullopt; }
     /// The stream has been closed after a 2xx response.
     virtual void didStoreResponse(const HttpResponseHead&) {}
     virtual std::string targetName() const { return "memory"; }
-    bool openResponseStream();
-    bool closeResponseStream();
 
 private:
+    /// Opens the stream for a response unless it is open; false with a reason noted.
+    bool openFor(const HttpResponseHead& response);
+    bool closeResponseStream();
+    /// Notes what the stream says went wrong; false.
     bool failWriting();
 
     std::unique_ptr<OutputStream> responseStream_;
     std::shared_ptr<std::string> memory_ = std::make_shared<std::string>();
-    std::optional<Error> writeError_;
 };
 
 /// Download into a local file. The file is touched only once a 2xx response is there, and its modification date becomes

@@ -1,0 +1,86 @@
+#include "davclient/ASWDCmdUpload.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Logger/BXLogger.h"
+#include "davclient/ASOffsetInputStream.h"
+#include "security/BXSyncAESInputStream.h"
+
+namespace tidemark {
+
+ASWDCmdUploadBase::ASWDCmdUploadBase(Url remoteURL, std::shared_ptr<ASHttpConnectInfo> connectInfo)
+    : ASWDCmdBase(std::move(remoteURL), std::move(connectInfo))
+{
+    setSentBytes(-1);
+}
+
+bool ASWDCmdUploadBase::connect()
+{
+    if (!readyForStream()) return false;
+    if (contentLength_ == 0) return connection()->openStream();
+    const auto skipped = static_cast<std::uint64_t>(std::max<std::int64_t>(sentBytes(), 0));
+    return connection()->openStreamWithRequestBodyStream(requestStream_, contentLength_ - skipped);
+}
+
+bool ASWDCmdUploadBase::readyForStream()
+{
+    if (!requestBody_ && filePath_.empty()) {
+        BXLogger::getLogger()->debug("error ASWDCmdUploadBase.requestBody == nil");
+        return false;
+    }
+    setupContentLength();
+    const bool resumes = sentBytes() >= 1;
+    auto source = makeRequestStream();
+    if (!resumes) {
+        requestStream_ = std::move(source);
+    } else {
+        requestStream_ =
+            std::make_shared<ASOffsetInputStream>(std::move(source), static_cast<std::uint64_t>(sentBytes()));
+    }
+    if (std::cmp_greater(sentBytes(), contentLength_)) return false;
+    if (requestStream_->open()) return true;
+    if (!resumes) setError(requestStreamNotCreated, "The file to upload cannot be read: " + filePath_);
+    return false;
+}
+
+std::unique_ptr<InputStream> ASWDCmdUploadBase::makeRequestStream() const
+{
+    if (requestBody_) return makeMemoryInputStream(std::make_shared<const std::string>(*requestBody_));
+    if (encryptKey_.empty()) return makeFileInputStream(filePath_);
+    return std::make_unique<BXSyncAESInputStream>(filePath_, encryptKey_, false);
+}
+
+void ASWDCmdUploadBase::setupContentLength()
+{
+    const std::int64_t length = std::max<std::int64_t>(fileLength_, 0);
+    if (requestBody_)
+        contentLength_ = requestBody_->size();
+    else if (encryptKey_.empty())
+        contentLength_ = static_cast<std::uint64_t>(length);
+    else
+        contentLength_ = static_cast<std::uint64_t>(BXSyncAESInputStream::encryptedLength(length));
+    setRangeHeaders();
+}
+
+void ASWDCmdUploadBase::setRangeHeaders()
+{
+    const auto current = connection();
+    if (contentLength_ == 0) return current->setHeaderField("Content-Length", "0");
+    const std::string end = std::to_string(contentLength_ - 1) + "/" + std::to_string(contentLength_);
+    if (sentBytes() >= 0) {
+        current->setHeaderField("X-BX-ENABLE-RESUME", "");
+        current->setHeaderField("Content-Range", "bytes " + std::to_string(sentBytes()) + "-" + end);
+    } else if (sendsContentRange_) {
+        current->setHeaderField("Content-Range", "bytes 0-" + end);
+    }
+}
+
+bool ASWDCmdPut::execute()
+{
+    if (modifiedDate_) requestHeader().set("X-BX-LastModified", dates::formatHttpDate(*modifiedDate_));
+    if (creationDate_) requestHeader().set("X-BX-CreationDate", dates::formatHttpDate(*creationDate_));
+    return ASWDCmdUploadBase::execute();
+}
+
+} // namespace tidemark
