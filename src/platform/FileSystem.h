@@ -15,7 +15,12 @@
 /// domain "POSIX" whose description names the path. Any thread.
 namespace tidemark::fs {
 
-enum class FileKind { file, folder, other };
+enum class FileKind
+{
+    file,
+    folder,
+    other
+};
 
 struct Attributes
 {
@@ -87,6 +92,8 @@ class FileLock
 public:
     /// Null when somebody else (another process, or another FileLock of this one) holds it.
     static Result<std::unique_ptr<FileLock>> tryAcquire(const std::string& path);
+    /// Waits for its turn; for locks that are held for moments only.
+    static Result<std::unique_ptr<FileLock>> acquire(const std::string& path);
     ~FileLock();
 
 private:
@@ -103,7 +110,8 @@ Status removeExtendedAttribute(const std::string& path, std::string_view name);
 
 /// Where the entry that `root` + `pathname` names in NFC lies on a disk that may hold decomposed names: each component
 /// is taken as it is where it exists, else the entry whose NFC form is equal, else (for what is to be made) as it is.
-/// `pathname` begins with "/". The result never leaves `root`: a component "..", "." or "" is refused.
+/// `pathname` begins with "/". The result never leaves `root`: a component "..", "." or "" is refused, and so is a way
+/// through a link (a link as the last component is fine).
 Result<std::string> resolve(const std::string& root, std::string_view pathname);
 
 std::string parentPath(std::string_view path);

@@ -53,6 +53,8 @@ public:
     friend bool operator==(const Url& a, const Url& b) { return a.text_ == b.text_; }
 
 private:
+    static Url fromCanonical(std::string text);
+
     std::string text_;
 };
 

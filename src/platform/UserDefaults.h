@@ -14,7 +14,7 @@ namespace tidemark {
 class UserDefaults
 {
 public:
-    /// The store of this user, at Places::defaultsFile() of the moment.
+    /// The store of this user at Places::defaultsFile(); it follows when that place changes.
     static UserDefaults& standard();
 
     explicit UserDefaults(std::string path);
@@ -23,20 +23,22 @@ public:
     /// Nothing removes the key. Failures are reported by synchronize().
     void setObject(const std::string& key, std::optional<PropertyList> value);
     std::map<std::string, PropertyList> all();
-    /// What the last write that failed said.
+    /// What the last write said that failed since the last call.
     Status synchronize();
     /// Points the store elsewhere.
     void setPath(std::string path);
 
 private:
-    void refresh();
+    Status refresh();
+    Status change(const std::string& key, std::optional<PropertyList> value);
     Status store();
 
     std::mutex mutex_; // guards all below
     std::string path_;
     std::map<std::string, PropertyList> values_;
+    /// Which file values_ came from; a replaced file has another one.
     std::string seenVersion_;
-    Status lastWrite_;
+    Status failedWrite_;
 };
 
 } // namespace tidemark
