@@ -22,7 +22,6 @@ public:
     bool empty() const { return str().empty(); }
 
     friend bool operator==(const BXSyncSharedText& a, std::string_view b) { return a.str() == b; }
-    friend bool operator==(const BXSyncSharedText& a, const BXSyncSharedText& b) { return a.str() == b.str(); }
 
 private:
     std::shared_ptr<const std::string> text_;

@@ -35,7 +35,7 @@ public:
 
     /// Why changes are not noticed although the watcher is on: whoever relies on it has to look at the whole folder.
     std::optional<DirectoryWatchFailure> watchFailure() const;
-    /// Called once per failure, on any thread, with no lock held that setOn() needs. Set before the watcher is on.
+    /// Called once per failure, on any thread; must not use the watcher. Set before the watcher is on.
     void setFailureHandler(std::function<void(const DirectoryWatchFailure&)> handler);
 
     /// Below the watched folder and no hidden name on the way.
@@ -50,8 +50,10 @@ private:
     void watchedPathDidChange(const std::string& path) override;
     void watchDidFail(const DirectoryWatchFailure& failure) override;
     bool needsNewWatch() const;
+    void startWatch();
 
     const std::string watchPath_;
+    const std::string nfcWatchPath_;
     DirectoryWatchService& service_;
     std::function<void(const DirectoryWatchFailure&)> failureHandler_;
 

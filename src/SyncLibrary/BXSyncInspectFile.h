@@ -78,11 +78,22 @@ public:
 protected:
     /// Before a scan: no record has been seen.
     void clearChecked();
-    /// Marks a record whose path is gone.
-    static void markDeleted(BXSyncFileDataInfo& record);
-    Records& records() { return fileUpdate_; }
+    /// After a scan: marks the records that were not seen and that `concerns` answers true for as deleted; their
+    /// number.
+    template <class Concerns>
+    std::int64_t markUnseenDeleted(Concerns concerns)
+    {
+        std::int64_t count = 0;
+        for (auto& record : fileUpdate_) {
+            if (record.hasChecked || !concerns(record.fileData.fileName)) continue;
+            markDeleted(record);
+            ++count;
+        }
+        return count;
+    }
 
 private:
+    static void markDeleted(BXSyncFileDataInfo& record);
     bool classifyKnownFile(BXSyncFileDataInfo& record, const BXSyncFileItem& item);
     void addNewFile(const BXSyncFileItem& item);
     bool noteFolder(const BXSyncFileItem& item);

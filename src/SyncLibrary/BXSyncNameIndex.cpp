@@ -12,18 +12,15 @@ constexpr std::size_t firstSlots = 64;
 
 std::optional<std::size_t> BXSyncNameIndex::find(std::string_view name) const
 {
-    if (slots_.empty())
-        return std::nullopt;
+    if (slots_.empty()) return std::nullopt;
     const auto entry = slots_[slotOf(name)];
-    if (entry == 0)
-        return std::nullopt;
+    if (entry == 0) return std::nullopt;
     return entry - 1;
 }
 
 void BXSyncNameIndex::addLast()
 {
-    if ((used_ + 1) * 4 > slots_.size() * 3)
-        grow();
+    if ((used_ + 1) * 4 > slots_.size() * 3) grow();
     slots_[slotOf(records_.back().fileData.fileName)] = static_cast<std::uint32_t>(records_.size());
     ++used_;
 }
@@ -49,8 +46,7 @@ void BXSyncNameIndex::grow()
     std::vector<std::uint32_t> old(slots_.empty() ? firstSlots : slots_.size() * 2, 0);
     slots_.swap(old);
     for (const auto entry : old)
-        if (entry != 0)
-            slots_[slotOf(records_[entry - 1].fileData.fileName)] = entry;
+        if (entry != 0) slots_[slotOf(records_[entry - 1].fileData.fileName)] = entry;
 }
 
 } // namespace tidemark

@@ -40,9 +40,9 @@ public:
     using ReplaceMap = std::map<std::string, std::string>;
 
     /// The text of the key with each "${name}" replaced by the map's value, and by nothing where the map has none.
-    static std::string localizeAndReplacementMessage(std::string_view key, const ReplaceMap& map = {});
-    static std::string localizeAndReplacementMessage(std::string_view key, std::string_view table,
-                                                     const ReplaceMap& map = {});
+    static std::string localizeAndReplacementMessage(const std::string& key, const ReplaceMap& map = {});
+    static std::string localizeAndReplacementMessage(const std::string& key, const std::string& table,
+                                                     const ReplaceMap& map);
 
     /// Equal but for "/" at the end. Both are decoded texts.
     static bool isEqualHref(std::string_view a, std::string_view b);

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -70,15 +69,23 @@ protected:
     virtual Result<Answer> requestListing(const Url& url, bool probing);
     /// `path` of the item below `base`, decoded, in NFC, beginning with "/".
     static std::string pathnameOf(const BXSyncFileItem& item, const std::string& base);
-    void startScan();
+    /// Sets the item's pathname and classifies it; -1 for a failure.
+    std::int64_t checkItem(BXSyncWebDAVFileItem& item, const std::string& base, bool checkRecursive);
+    /// Begins a scan below `root`.
+    void startScan(const std::string& root);
+    /// The root of the scan as items' URLs begin.
+    const std::string& root() const { return root_; }
 
 private:
     std::optional<Items> itemsOfAnswer(const Url& url, const Answer& answer, bool includeSelf);
+    std::optional<Items> admit(const Url& url, Items items);
     Result<Answer> requestEither(const Url& url);
-    bool admits(const BXSyncWebDAVFileItem& item);
+    bool isSynchronised(const Url& url) const;
+    void reportExamined();
 
     BXSyncServerAccess server_;
     std::atomic<bool> cancel_ = false;
+    std::string root_;
     std::uint64_t listedBytes_ = 0;
     int depth_ = 0;
 };

@@ -21,7 +21,7 @@ public:
     std::int64_t checkSyncInfo(const std::string& root, bool isAllUpdate = false) override;
 
 private:
-    std::int64_t checkPath(const BXSyncModifiedItem& checkItem, const std::string& root);
+    std::int64_t checkPath(const BXSyncModifiedItem& checkItem);
 
     std::vector<BXSyncModifiedItem> checkItems_;
 };

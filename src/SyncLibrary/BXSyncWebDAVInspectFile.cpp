@@ -1,0 +1,194 @@
+#include "SyncLibrary/BXSyncWebDAVInspectFile.h"
+
+#include <algorithm>
+
+#include "Logger/LogFacade.h"
+#include "SyncLibrary/BXSyncMultistatusReader.h"
+#include "SyncLibrary/BXSyncUtils.h"
+#include "davclient/ASWDCmdPropBase.h"
+#include "platform/Unicode.h"
+
+namespace tidemark {
+
+namespace {
+
+constexpr int multiStatus = 207;
+constexpr int notFound = 404;
+
+/// Answers to the form of a URL that a server does not take: redirections, Method Not Allowed, Conflict.
+bool refusesForm(int status)
+{
+    return (status >= 301 && status <= 308) || status == 405 || status == 409;
+}
+
+/// The canonical form without "/" at its end, in which items' URLs begin.
+std::string canonicalBase(const std::string& url)
+{
+    const auto parsed = Url::parse(url);
+    return parsed ? parsed->withoutTrailingSlash().absoluteString() : url;
+}
+
+std::uint64_t memoryOf(const BXSyncWebDAVFileItem& item)
+{
+    return sizeof(BXSyncFileDataInfo) + 2 * item.path.size();
+}
+
+/// Counts a level of folders for as long as it lives.
+class Level
+{
+public:
+    explicit Level(int& depth) : depth_(depth) { ++depth_; }
+    ~Level() { --depth_; }
+    Level(const Level&) = delete;
+    Level& operator=(const Level&) = delete;
+
+private:
+    int& depth_;
+};
+
+} // namespace
+
+BXSyncWebDAVInspectFile::BXSyncWebDAVInspectFile(BXSyncServerAccess server, std::shared_ptr<LogFacade> logger)
+    : BXSyncInspectFile(std::move(logger)), server_(std::move(server))
+{
+}
+
+std::optional<BXSyncWebDAVInspectFile::Items> BXSyncWebDAVInspectFile::createWebDAVFileItems(const std::string& url,
+                                                                                             bool includeSelf)
+{
+    const auto parsed = Url::parse(url);
+    if (!parsed) {
+        logger()->error("{}", parsed.error().description());
+        return std::nullopt;
+    }
+    const auto answer = includeSelf ? requestEither(*parsed) : requestListing(parsed->withTrailingSlash(), false);
+    if (!answer) {
+        logger()->error("{}", answer.error().value(BXSyncCommandRunning::logKey));
+        return std::nullopt;
+    }
+    return itemsOfAnswer(*parsed, *answer, includeSelf);
+}
+
+/// A path that may be a folder or a file: asked for in the form in which it is given; the other form where the server
+/// does not take that one, and before a path that was synchronised is taken for gone.
+Result<BXSyncWebDAVInspectFile::Answer> BXSyncWebDAVInspectFile::requestEither(const Url& url)
+{
+    auto answer = requestListing(url, true);
+    if (!answer || answer->statusCode == multiStatus) return answer;
+    const bool isFolderForm = url == url.withTrailingSlash();
+    if (answer->statusCode == notFound && !isSynchronised(url)) return answer;
+    return requestListing(isFolderForm ? url.withoutTrailingSlash() : url.withTrailingSlash(), false);
+}
+
+bool BXSyncWebDAVInspectFile::isSynchronised(const Url& url) const
+{
+    BXSyncFileItem item;
+    item.path = url.withoutTrailingSlash().absoluteString();
+    return getFileUpdate(pathnameOf(item, root_)) != nullptr;
+}
+
+Result<BXSyncWebDAVInspectFile::Answer> BXSyncWebDAVInspectFile::requestListing(const Url& url, bool probing)
+{
+    std::shared_ptr<ASWDCmdPropFind> command;
+    const auto make = [&]() -> std::shared_ptr<ASWDCmd> {
+        command = std::make_shared<ASWDCmdPropFind>(url, server_.connectInfo);
+        command->setRequestBody(BXSyncMultistatusReader::requestBody());
+        return command;
+    };
+    const auto accept = [&](ASWDCmd&, int status) {
+        return status == multiStatus || status == notFound || (probing && refusesForm(status));
+    };
+    const auto executed = server_.runner.davConnect(make, accept);
+    if (!executed) return failure(executed.error());
+    return Answer{command->statusCode(), command->responseBody()};
+}
+
+std::optional<BXSyncWebDAVInspectFile::Items>
+BXSyncWebDAVInspectFile::itemsOfAnswer(const Url& url, const Answer& answer, bool includeSelf)
+{
+    if (answer.statusCode == notFound) {
+        if (includeSelf) return Items{};
+        logger()->error("The folder is not on the server. path:{}", url.absoluteString());
+        return std::nullopt;
+    }
+    auto listing = BXSyncMultistatusReader(url, server_.marlockVersion).read(answer.body, includeSelf);
+    if (!listing) {
+        logger()->error("{}", listing.error().description());
+        return std::nullopt;
+    }
+    for (const auto& remark : listing->remarks)
+        logger()->error("{}", remark);
+    return admit(url, std::move(listing->items));
+}
+
+/// Refuses what would exhaust memory.
+std::optional<BXSyncWebDAVInspectFile::Items> BXSyncWebDAVInspectFile::admit(const Url& url, Items items)
+{
+    for (const auto& item : items)
+        listedBytes_ += memoryOf(item);
+    if (listedBytes_ <= maximumListing) return items;
+    logger()->error("The server lists more entries than can be held. path:{}", url.absoluteString());
+    return std::nullopt;
+}
+
+std::int64_t BXSyncWebDAVInspectFile::checkSyncInfo(const std::string& root, bool isAllUpdate)
+{
+    startScan(root);
+    return BXSyncInspectFile::checkSyncInfo(root_, isAllUpdate);
+}
+
+void BXSyncWebDAVInspectFile::startScan(const std::string& root)
+{
+    root_ = canonicalBase(root);
+    listedBytes_ = 0;
+}
+
+std::int64_t BXSyncWebDAVInspectFile::searchFile(const std::string& folder, const std::string& basepath)
+{
+    if (cancel()) return 0;
+    const Level level(depth_);
+    if (depth_ > maximumDepth) {
+        logger()->error("The server's folders are nested too deeply. path:{}", folder);
+        return -1;
+    }
+    auto items = createWebDAVFileItems(folder);
+    if (!items) return -1;
+    if (server_.progress != nullptr) server_.progress->addListUpFiles(static_cast<std::int64_t>(items->size()));
+    const auto base = canonicalBase(basepath);
+    std::int64_t count = 0;
+    for (auto& item : *items) {
+        reportExamined();
+        const auto own = checkItem(item, base, true);
+        if (own < 0) return -1;
+        count += own;
+    }
+    return count;
+}
+
+void BXSyncWebDAVInspectFile::reportExamined()
+{
+    if (server_.progress == nullptr) return;
+    server_.progress->setListUpFiles();
+    server_.progress->update();
+}
+
+std::int64_t BXSyncWebDAVInspectFile::checkItem(BXSyncWebDAVFileItem& item, const std::string& base,
+                                                bool checkRecursive)
+{
+    item.pathname = pathnameOf(item, base);
+    if (item.pathname.size() > maximumPathname) {
+        logger()->error("The server lists a path that is too long. path:{}", item.path);
+        return -1;
+    }
+    if (item.isFolder) return checkDirItem(item, base, checkRecursive);
+    return checkFileItem(item, base) ? 1 : 0;
+}
+
+std::string BXSyncWebDAVInspectFile::pathnameOf(const BXSyncFileItem& item, const std::string& base)
+{
+    const auto below = std::string_view(item.path).substr(std::min(base.size(), item.path.size()));
+    auto pathname = toNfc(BXSyncUtils::stringByDecodingURLFormat(below).value_or(std::string(below)));
+    return pathname.starts_with('/') ? pathname : "/" + pathname;
+}
+
+} // namespace tidemark
