@@ -147,6 +147,7 @@ struct DirectoryWatchService::State
     void unwatch(Node& node);
     void noteEntries(Node& node, std::vector<Node*>& pending);
     void handle(const inotify_event& event, std::string_view name);
+    bool holds(int watch, const Node* node) const;
     void handleNode(Node& node, std::uint32_t mask, std::string_view name);
     void folderAppears(Node& parent, std::string_view name);
     void folderGoes(Node& parent, std::string_view name);
@@ -299,8 +300,7 @@ void DirectoryWatchService::State::serve()
 void DirectoryWatchService::State::stop()
 {
     if (!thread.joinable()) return;
-    const std::uint64_t one = 1;
-    static_cast<void>(::write(wakeUp.get(), &one, sizeof one));
+    ::eventfd_write(wakeUp.get(), 1);
     thread.join();
 }
 
@@ -328,10 +328,16 @@ void DirectoryWatchService::State::handle(const inotify_event& event, std::strin
     if ((event.mask & IN_Q_OVERFLOW) != 0) return handleOverflow();
     const auto found = nodes.find(event.wd);
     if (found == nodes.end()) return;
-    // A copy: handling may take watches away.
     for (auto* node : std::vector<Node*>(found->second))
-        handleNode(*node, event.mask, name);
+        if (holds(event.wd, node)) handleNode(*node, event.mask, name);
     if ((event.mask & IN_IGNORED) != 0) forget(event.wd);
+}
+
+/// Handling an event may take nodes away.
+bool DirectoryWatchService::State::holds(int watch, const Node* node) const
+{
+    const auto found = nodes.find(watch);
+    return found != nodes.end() && std::find(found->second.begin(), found->second.end(), node) != found->second.end();
 }
 
 void DirectoryWatchService::State::handleNode(Node& node, std::uint32_t mask, std::string_view name)
