@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+
+namespace tidemark::cli {
+
+/// The wish to end what is under way. Once requested it stays; all operations may be called from any thread.
+class Cancellation
+{
+public:
+    Cancellation();
+    ~Cancellation();
+    Cancellation(const Cancellation&) = delete;
+    Cancellation& operator=(const Cancellation&) = delete;
+
+    /// Calls the handler in force, on this thread. Later requests do nothing.
+    void request();
+    bool isRequested() const;
+
+    /// Returns at once after a request, otherwise after `limit`. True when requested.
+    bool waitFor(std::chrono::milliseconds limit) const;
+    /// Readable from the request on, for poll(). Owned by this object.
+    int descriptor() const { return readEnd_; }
+
+    /// What a request does while this object lives; called at once where the request has come before. The handler must
+    /// not call back into the Cancellation. Handlers nest: the latest one counts.
+    class Handler
+    {
+    public:
+        Handler(Cancellation& owner, std::function<void()> handler);
+        ~Handler();
+        Handler(const Handler&) = delete;
+        Handler& operator=(const Handler&) = delete;
+
+    private:
+        Cancellation& owner_;
+        std::function<void()> outer_;
+    };
+
+private:
+    int readEnd_ = -1;
+    int writeEnd_ = -1;
+    mutable std::mutex mutex_; // guards the two below
+    bool requested_ = false;
+    std::function<void()> handler_;
+};
+
+} // namespace tidemark::cli

@@ -1,0 +1,65 @@
+#include "app/cli/ConfigurationInput.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "config/BXSyncConfigManager.h"
+#include "platform/Unicode.h"
+
+namespace tidemark::cli {
+
+namespace {
+
+tl::unexpected<std::string> refusal(std::string text)
+{
+    return tl::unexpected<std::string>(std::move(text));
+}
+
+std::string_view authorityOf(std::string_view url)
+{
+    const auto begin = url.find("//");
+    if (begin == std::string_view::npos) return {};
+    const auto rest = url.substr(begin + 2);
+    return rest.substr(0, rest.find_first_of("/?#"));
+}
+
+} // namespace
+
+Checked<std::string> checkedName(std::string_view name)
+{
+    auto composed = toNfc(name);
+    if (const auto status = BXSyncConfigManager::checkName(composed); !status)
+        return refusal(status.error().description());
+    return composed;
+}
+
+Checked<Url> checkedUrl(const std::string& text)
+{
+    // What is wrong with such a URL is not shown: it may hold a password.
+    if (authorityOf(text).find('@') != std::string_view::npos)
+        return refusal("--url cannot hold a user or password; use --user and --password-file or --password-stdin");
+    if (text.find_first_of("?#") != std::string::npos)
+        return refusal("--url cannot hold a query or fragment; write \"?\" as %3F and \"#\" as %23");
+    auto url = Url::parse(text);
+    if (!url) return refusal("--url is not an http or https URL: " + text);
+    return *url;
+}
+
+Checked<std::string> checkedFolder(const std::string& path, const std::string& workingDirectory)
+{
+    if (path.empty()) return refusal("a folder's path cannot be empty");
+    if (!isUtf8(path) || path.find('\0') != std::string::npos) return refusal("a folder's path must be UTF-8 text");
+    auto absolute = (std::filesystem::path(workingDirectory) / path).lexically_normal().string();
+    while (absolute.size() > 1 && absolute.back() == '/')
+        absolute.pop_back();
+    return absolute;
+}
+
+bool isAtOrBelow(std::string_view path, std::string_view folder)
+{
+    if (folder.empty()) return false;
+    if (folder == "/" || path == folder) return true;
+    return path.starts_with(folder) && path.size() > folder.size() && path[folder.size()] == '/';
+}
+
+} // namespace tidemark::cli

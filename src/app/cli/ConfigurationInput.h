@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <tl/expected.hpp>
+
+#include "platform/Url.h"
+
+/// Checks of what a person gives for a configuration. The error of each is a sentence for that person.
+namespace tidemark::cli {
+
+template <class T>
+using Checked = tl::expected<T, std::string>;
+
+/// A configuration's name in NFC, fit to be the base of file names.
+Checked<std::string> checkedName(std::string_view name);
+
+/// An http or https URL without user, query or fragment, in canonical form.
+Checked<Url> checkedUrl(const std::string& text);
+
+/// An absolute path without "." and ".." components, "//" and a "/" at its end; `workingDirectory` is what a relative
+/// one is relative to.
+Checked<std::string> checkedFolder(const std::string& path, const std::string& workingDirectory);
+
+/// True for the folder itself and for what lies below it; both in the form of checkedFolder().
+bool isAtOrBelow(std::string_view path, std::string_view folder);
+
+} // namespace tidemark::cli

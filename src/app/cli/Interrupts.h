@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace tidemark::cli {
+
+/// Turns SIGINT, SIGTERM and SIGHUP into calls on a thread of its own, where anything is allowed: `first` for the first
+/// signal, `second` for each later one. The signals act as before once this object is gone. One at a time per process;
+/// made before other threads are started.
+class Interrupts
+{
+public:
+    Interrupts(std::function<void()> first, std::function<void()> second);
+    ~Interrupts();
+    Interrupts(const Interrupts&) = delete;
+    Interrupts& operator=(const Interrupts&) = delete;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace tidemark::cli

@@ -1,0 +1,93 @@
+#include "app/cli/JsonOutput.h"
+
+#include <nlohmann/json.hpp>
+
+#include "app/cli/ConfigurationWords.h"
+#include "config/BXSyncConf.h"
+#include "davclient/ASHttpConnectInfo.h"
+
+namespace tidemark::cli::json {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string documentText(const Json& document)
+{
+    return document.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+Json timeValue(const std::optional<dates::Seconds>& time)
+{
+    return time ? Json(dates::formatIsoDate(dates::fromSeconds(*time))) : Json(nullptr);
+}
+
+Json textOrNull(const std::string& text)
+{
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+Json itemValue(const SyncItem& item)
+{
+    return Json{{"path", item.path},
+                {"direction", word(item.direction)},
+                {"kind", word(item.change)},
+                {"folder", item.folder},
+                {"size", item.size},
+                {"localTime", timeValue(item.localTime)},
+                {"serverTime", timeValue(item.serverTime)},
+                {"finished", item.finished},
+                {"error", textOrNull(item.error)}};
+}
+
+Json outcomeValue(const Outcome& outcome)
+{
+    auto items = Json::array();
+    for (const auto& item : outcome.items)
+        items.push_back(itemValue(item));
+    return Json{{"name", outcome.name}, {"status", statusWord(outcome.status)}, {"items", std::move(items)}};
+}
+
+Json configurationValue(const BXSyncConf& conf)
+{
+    const auto& info = *conf.info();
+    const auto created = conf.creationDate();
+    return Json{{"name", conf.name()},
+                {"enabled", conf.enable()},
+                {"url", conf.serverURL()},
+                {"local", conf.localPath()},
+                {"mode", modeWord(conf.mode())},
+                {"user", info.isUseAuthorization() ? Json(info.username()) : Json(nullptr)},
+                {"hasPassword", info.isUseAuthorization() && !info.password().empty()},
+                {"onConflict", conf.conflict()},
+                {"onServerDelete", conf.serverDelete()},
+                {"onLocalDelete", conf.localDelete()},
+                {"logDir", textOrNull(conf.syncLogPath())},
+                {"logDays", conf.logKeepDays()},
+                {"created", created ? Json(dates::formatIsoDate(*created)) : Json(nullptr)}};
+}
+
+} // namespace
+
+std::string outcomes(const std::vector<Outcome>& outcomes)
+{
+    auto list = Json::array();
+    for (const auto& outcome : outcomes)
+        list.push_back(outcomeValue(outcome));
+    return documentText(Json{{"configurations", std::move(list)}});
+}
+
+std::string configuration(const BXSyncConf& conf)
+{
+    return documentText(configurationValue(conf));
+}
+
+std::string configurations(const std::vector<std::shared_ptr<BXSyncConf>>& confs)
+{
+    auto list = Json::array();
+    for (const auto& conf : confs)
+        list.push_back(configurationValue(*conf));
+    return documentText(Json{{"configurations", std::move(list)}});
+}
+
+} // namespace tidemark::cli::json

@@ -1,0 +1,57 @@
+#include "app/cli/Secrets.h"
+
+#include "app/cli/Console.h"
+#include "app/cli/Terminal.h"
+#include "platform/FileSystem.h"
+
+namespace tidemark::cli {
+
+namespace {
+
+constexpr std::int64_t longestPasswordFile = 64 * 1024;
+
+std::string firstLine(const std::string& text)
+{
+    auto line = text.substr(0, text.find('\n'));
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    return line;
+}
+
+Checked<std::string> passwordFromFile(const std::string& path)
+{
+    const auto text = fs::readFile(path, longestPasswordFile);
+    if (!text) return tl::unexpected("the password file cannot be read: " + text.error().description());
+    return firstLine(*text);
+}
+
+} // namespace
+
+Checked<std::string> passwordFromSource(const ConfigurationOptions& options, Terminal& terminal)
+{
+    Checked<std::string> password;
+    if (options.passwordSource == PasswordSource::file)
+        password = passwordFromFile(options.passwordFile);
+    else
+        password = terminal.isInteractive() ? terminal.readSecret().value_or("") : terminal.readLine().value_or("");
+    if (password && password->empty())
+        return tl::unexpected(std::string("the source of the password has no text on its first line"));
+    return password;
+}
+
+std::optional<std::string> askSecret(Console& console, Terminal& terminal, const std::string& question)
+{
+    console.prompt(question);
+    auto answer = terminal.readSecret();
+    console.endPrompt(true);
+    return answer;
+}
+
+std::optional<std::string> askLine(Console& console, Terminal& terminal, const std::string& question)
+{
+    console.prompt(question);
+    auto answer = terminal.readLine();
+    console.endPrompt(!answer);
+    return answer;
+}
+
+} // namespace tidemark::cli

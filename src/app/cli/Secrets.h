@@ -1,0 +1,21 @@
+#pragma once
+
+#include "app/cli/Commands.h"
+#include "app/cli/ConfigurationInput.h"
+
+namespace tidemark::cli {
+
+class Console;
+class Terminal;
+
+/// The first line of what `options` name as the password's source, which is not none. Nothing that it returns or shows
+/// holds the password but the result itself.
+Checked<std::string> passwordFromSource(const ConfigurationOptions& options, Terminal& terminal);
+
+/// Asks on the terminal without showing what is typed; nothing where the input ends or the run is cancelled.
+std::optional<std::string> askSecret(Console& console, Terminal& terminal, const std::string& question);
+
+/// Asks on the terminal.
+std::optional<std::string> askLine(Console& console, Terminal& terminal, const std::string& question);
+
+} // namespace tidemark::cli
