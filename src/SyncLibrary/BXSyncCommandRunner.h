@@ -49,16 +49,16 @@ public:
     void clearCurrentCmd();
 
 private:
-    struct Attempt;
-    enum class Ending;
+    struct Attempts;
 
-    std::shared_ptr<ASWDCmd> makeCommand(const CommandFactory& factory, Attempt& attempt) const;
     bool admit(const std::shared_ptr<ASWDCmd>& command);
-    Ending run(const std::shared_ptr<ASWDCmd>& command, Attempt& attempt);
-    bool mayRetry(const BXSyncReconnectRule& rule, Attempt& attempt);
-    bool reconnectWanted(const BXSyncReconnectRule& rule);
+    /// True when an answer has come that is to be judged.
+    bool run(ASWDCmd& command, Attempts& attempts);
+    bool execute(ASWDCmd& command, Attempts& attempts);
+    void noteFailure(const ASWDCmd& command, Attempts& attempts) const;
+    bool mayRetry(const BXSyncReconnectRule& rule, Attempts& attempts);
+    bool isReconnectWanted(const BXSyncReconnectRule& rule);
     void waitInterval(std::uint64_t seconds);
-    Error failed(const Attempt& attempt) const;
 
     const std::function<BXSyncReconnectRule()> rule_;
     const std::shared_ptr<LogFacade> logger_;

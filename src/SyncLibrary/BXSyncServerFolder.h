@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "SyncLibrary/BXSyncCommandRunning.h"
+#include "SyncLibrary/BXSyncUtils.h"
+#include "config/BXSyncConf.h"
+#include "platform/Url.h"
+
+namespace tidemark {
+
+/// The server folder while a run changes it: requests about single entries that transfer no file. Errors carry a
+/// message key and a text for the log.
+class BXSyncServerFolder
+{
+public:
+    enum class Kind
+    {
+        missing,
+        file,
+        folder
+    };
+
+    /// Both outlive this.
+    BXSyncServerFolder(const BXSyncConf& conf, BXSyncCommandRunning& runner) : conf_(conf), runner_(runner) {}
+
+    Url urlOf(const std::string& pathname) const;
+    /// Asks what the entry is; `folderExpected` asks in the form for folders.
+    Result<Kind> probe(const Url& url, bool folderExpected) const;
+    Status makeFolder(const Url& url) const;
+    /// A folder goes with all it holds.
+    Status remove(const Url& url, bool isFolder) const;
+    Status setProperties(const Url& url, const BXSyncUtils::PropertyMap& properties) const;
+
+private:
+    Result<std::shared_ptr<ASWDCmd>> askKind(const Url& url, bool acceptsOtherForm) const;
+
+    const BXSyncConf& conf_;
+    BXSyncCommandRunning& runner_;
+};
+
+} // namespace tidemark
