@@ -1,0 +1,89 @@
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tidemark::testing {
+
+/// A server on a free loopback port that shows requests byte by byte and answers with whatever bytes a test wants.
+class RawServer
+{
+public:
+    struct Request
+    {
+        /// From the request line to the empty line, which is included.
+        std::string head;
+        std::string body;
+        /// Counts connections from 0.
+        int connection = 0;
+
+        /// "" where the field is missing.
+        std::string field(const std::string& name) const;
+        std::string requestLine() const { return head.substr(0, head.find("\r\n")); }
+    };
+
+    struct Answer
+    {
+        std::string bytes;
+        bool closes = false;
+    };
+
+    /// Called for each request on the thread of its connection.
+    using Handler = std::function<Answer(const Request&)>;
+
+    explicit RawServer(Handler handler);
+    ~RawServer();
+    RawServer(const RawServer&) = delete;
+    RawServer& operator=(const RawServer&) = delete;
+
+    int port() const { return port_; }
+    std::string url(const std::string& path = "/") const;
+    std::vector<Request> requests() const;
+    int connections() const;
+
+    /// Request bodies are read only as far as permitBodyBytes() has allowed.
+    void limitBodyReading();
+    void permitBodyBytes(std::size_t bytes);
+
+private:
+    void acceptConnections();
+    void serve(int socket, int connection);
+    bool readBody(int socket, std::string& buffer, std::size_t length);
+    std::size_t awaitPermit(std::size_t wanted);
+
+    Handler handler_;
+    int port_ = 0;
+    int listener_ = -1;
+    mutable std::mutex mutex_; // guards all below
+    std::condition_variable changed_;
+    std::vector<int> sockets_;
+    std::vector<std::thread> servers_;
+    std::vector<Request> requests_;
+    bool limited_ = false;
+    bool stopping_ = false;
+    std::size_t permitted_ = 0;
+    std::thread acceptor_;
+};
+
+/// An HTTP/1.1 answer with its Content-Length; `fields` are whole lines with their ends.
+std::string httpAnswer(int status, const std::string& body = {}, const std::string& fields = {});
+
+/// A listening socket whose queue is full: connecting to it never ends.
+class FullListener
+{
+public:
+    FullListener();
+    ~FullListener();
+    int port() const { return port_; }
+
+private:
+    int port_ = 0;
+    int listener_ = -1;
+    std::vector<int> fillers_;
+};
+
+} // namespace tidemark::testing
