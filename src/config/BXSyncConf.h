@@ -89,7 +89,7 @@ public:
     /// thread: `failure` at once where the request cannot be started, all else from its RunLoop.
     void login(LoginHandler loginHandler, SuccessHandler success, FailureHandler failure);
     /// Ends a login or folder check under way: the login's failure handler runs with false and nobody is asked, the
-    /// check answers "CONNECTION_ERROR". Any thread.
+    /// check answers "CONNECTION_ERROR". Holds until the next login or check begins. Any thread.
     void cancelRequests();
 
     const std::shared_ptr<ASHttpConnectInfo>& info() const { return info_; }
@@ -167,9 +167,10 @@ private:
     void readDictionary(const PropertyList::Dictionary& dictionary);
     void readConnection(const PropertyList::Dictionary& dictionary);
     void updateConnection(PropertyList::Dictionary& dictionary) const;
-    bool isRootFolder() const;
-    /// Makes `command` the one that cancelRequests() ends; null when it is done.
-    void setRunningCommand(const std::shared_ptr<ASWDCmd>& command);
+    /// Makes `command` the one that cancelRequests() ends, null when it is done; false when called off already.
+    bool setRunningCommand(const std::shared_ptr<ASWDCmd>& command);
+    bool requestsCancelled();
+    void allowRequests();
 
     std::shared_ptr<ASHttpConnectInfo> info_;
     std::string identity_;
@@ -202,7 +203,7 @@ private:
 
     std::mutex runningMutex_; // guards the two below
     std::weak_ptr<ASWDCmd> running_;
-    bool loginCancelled_ = false;
+    bool requestsCancelled_ = false;
 };
 
 } // namespace tidemark

@@ -13,6 +13,7 @@
 
 namespace tidemark {
 
+class BXSyncCertificateManager;
 class BXSyncFileWatcher;
 
 /// The store of sync configurations: one property list per configuration in a directory, and the configurations by
@@ -26,8 +27,10 @@ public:
 
     /// The process-wide store, over the configuration directory; loads everything when first used.
     static BXSyncConfigManager& getinstance();
-    /// A store over another directory; empty until loadAll(). `clock` dates new configurations.
-    explicit BXSyncConfigManager(std::string directory, const Clock& clock = Clock::system());
+    /// A store over another directory; empty until loadAll(). `clock` dates new configurations; without certificates
+    /// of its own it takes the shared ones.
+    explicit BXSyncConfigManager(std::string directory, const Clock& clock = Clock::system(),
+                                 BXSyncCertificateManager* certificates = nullptr);
     ~BXSyncConfigManager();
     BXSyncConfigManager(const BXSyncConfigManager&) = delete;
     BXSyncConfigManager& operator=(const BXSyncConfigManager&) = delete;
@@ -55,7 +58,9 @@ public:
     /// deleted, in one batch. The names that could not be written are returned, after the alert "CONFIG_SAVE_FAILURE".
     ///
     /// Nothing is lost: when one name could not be written, nothing is deleted, and a sync-info file that was moved
-    /// is moved back.
+    /// is moved back. Files named like the sync-info file with a further suffix go with it, except ".lock".
+    ///
+    /// Whoever saves or deletes a configuration keeps its runs away meanwhile.
     std::vector<std::string> save(const Changes& changes);
 
     /// Puts a configuration into memory, or takes it out, and adjusts its watcher.
@@ -76,17 +81,20 @@ public:
 private:
     struct Batch;
 
-    Result<PropertyList::Dictionary> readDictionary(const std::string& name) const;
     void prepareLoaded(BXSyncConf& conf, const std::string& name) const;
     void saveOne(const std::string& name, BXSyncConf& conf, Batch& batch);
-    void deleteOne(const std::string& name, Batch& batch);
-    Status writeConf(const std::string& name, const BXSyncConf& conf) const;
-    void undoFailed(Batch& batch);
-    void cacheLocked(std::shared_ptr<BXSyncConf> conf, const std::string& name);
-    void adjustWatcher(const BXSyncConf* conf, const std::string& name);
+    Status storeOne(const std::string& name, BXSyncConf& conf, Batch& batch) const;
+    void placeSyncInfo(const std::string& name, BXSyncConf& conf, Batch& batch) const;
+    void move(const std::string& from, const std::string& to, Batch& batch) const;
+    std::vector<std::string> filesBeside(const std::string& syncInfo) const;
+    void removeSyncInfo(const std::string& path) const;
+    Status writeConf(const std::string& name, BXSyncConf& conf) const;
+    void deleteOne(const std::string& name);
+    BXSyncCertificateManager& certificates() const;
 
     const std::string directory_;
     const Clock& clock_;
+    BXSyncCertificateManager* const certificates_;
     mutable std::mutex mutex_; // guards all below
     bool watching_ = false;
     std::map<std::string, std::shared_ptr<BXSyncConf>> configs_;

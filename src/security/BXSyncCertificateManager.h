@@ -49,9 +49,10 @@ public:
     std::string tableView(const std::string& column, std::size_t row) const;
 
 private:
+    std::optional<Certificates> loadedCert(const std::string& identifier) const;
+
     IdentityStore store_;
     mutable std::mutex mutex_; // guards all below
-    bool loaded_ = false;
     std::vector<std::string> certIds_;
     std::map<std::string, std::string> labels_;
     std::map<std::string, std::string> issrs_;
