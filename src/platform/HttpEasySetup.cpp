@@ -38,17 +38,31 @@ private:
     CURLcode result_ = CURLE_OK;
 };
 
-long authBits(HttpAuthenticationScheme scheme)
+/// What libcurl is told to sign in with. It notes the schemes that a challenge offers, and clears the note only where
+/// it has a user and a scheme to choose for; a left-over note would make it miss the next nonce. So without
+/// credentials it gets a scheme that sends nothing: a bearer token that is not there.
+struct CurlSignIn
 {
-    switch (scheme) {
-    case HttpAuthenticationScheme::none:
-    case HttpAuthenticationScheme::basic:
-        return static_cast<long>(CURLAUTH_BASIC);
-    case HttpAuthenticationScheme::digest:
-        return static_cast<long>(CURLAUTH_DIGEST);
+    explicit CurlSignIn(const HttpCredentials& credentials)
+    {
+        switch (credentials.scheme) {
+        case HttpAuthenticationScheme::none:
+            return;
+        case HttpAuthenticationScheme::basic:
+            bits = static_cast<long>(CURLAUTH_BASIC);
+            break;
+        case HttpAuthenticationScheme::digest:
+            bits = static_cast<long>(CURLAUTH_DIGEST);
+            break;
+        }
+        username = credentials.username.c_str();
+        password = credentials.password.c_str();
     }
-    return static_cast<long>(CURLAUTH_BASIC);
-}
+
+    long bits = static_cast<long>(CURLAUTH_BEARER);
+    const char* username = "";
+    const char* password = "";
+};
 
 void setFixedOptions(Options& options)
 {
@@ -105,10 +119,10 @@ bool setHeaders(Options& options, const HttpStreamRequest& request, HttpEasyList
 
 void setCredentials(Options& options, const HttpCredentials& credentials)
 {
-    const bool none = credentials.scheme == HttpAuthenticationScheme::none;
-    options.set(CURLOPT_HTTPAUTH, authBits(credentials.scheme));
-    options.set(CURLOPT_USERNAME, none ? nullptr : credentials.username.c_str());
-    options.set(CURLOPT_PASSWORD, none ? nullptr : credentials.password.c_str());
+    const CurlSignIn signIn(credentials);
+    options.set(CURLOPT_HTTPAUTH, signIn.bits);
+    options.set(CURLOPT_USERNAME, signIn.username);
+    options.set(CURLOPT_PASSWORD, signIn.password);
 }
 
 void setProxy(Options& options, const HttpStreamRequest& request)
@@ -116,12 +130,11 @@ void setProxy(Options& options, const HttpStreamRequest& request)
     // An empty text, unlike none, keeps the proxies of the environment out.
     options.set(CURLOPT_NOPROXY, "");
     options.set(CURLOPT_HTTPPROXYTUNNEL, usesTunnel(request) ? 1L : 0L);
-    const HttpCredentials none;
-    const HttpCredentials& credentials = request.proxy ? request.proxy->credentials : none;
-    const bool sends = credentials.scheme != HttpAuthenticationScheme::none;
-    options.set(CURLOPT_PROXYAUTH, authBits(credentials.scheme));
-    options.set(CURLOPT_PROXYUSERNAME, sends ? credentials.username.c_str() : nullptr);
-    options.set(CURLOPT_PROXYPASSWORD, sends ? credentials.password.c_str() : nullptr);
+    static const HttpCredentials none;
+    const CurlSignIn signIn(request.proxy ? request.proxy->credentials : none);
+    options.set(CURLOPT_PROXYAUTH, signIn.bits);
+    options.set(CURLOPT_PROXYUSERNAME, signIn.username);
+    options.set(CURLOPT_PROXYPASSWORD, signIn.password);
     if (!request.proxy) return options.set(CURLOPT_PROXY, "");
 
     const std::string& host = request.proxy->host;

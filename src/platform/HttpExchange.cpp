@@ -59,7 +59,9 @@ struct HttpStream::Exchange::Callbacks
 
     static int progress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent)
     {
-        static_cast<Exchange*>(self)->sentBodyBytes_ = static_cast<std::uint64_t>(sent);
+        auto& exchange = *static_cast<Exchange*>(self);
+        const auto total = static_cast<std::uint64_t>(sent);
+        if (exchange.sentBodyBytes_.exchange(total) != total) exchange.loop_->transfers().noteProgress();
         return 0;
     }
 
@@ -204,6 +206,7 @@ bool HttpStream::Exchange::deliverHead(const HttpResponseHead& head)
 {
     if (headDelivered_) return true;
     headDelivered_ = true;
+    loop_->transfers().noteProgress();
     client_->streamDidReceiveHead(head);
     return client_ != nullptr;
 }
@@ -221,6 +224,7 @@ bool HttpStream::Exchange::takeBody(std::span<const std::byte> bytes)
 
 bool HttpStream::Exchange::deliverBytes(std::span<const std::byte> bytes)
 {
+    loop_->transfers().noteProgress();
     while (!bytes.empty()) {
         const auto piece = bytes.first(std::min(bytes.size(), largestPiece));
         bytes = bytes.subspan(piece.size());

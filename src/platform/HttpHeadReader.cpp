@@ -16,9 +16,11 @@ std::string_view trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-bool isNumber(std::string_view text)
+/// At most 18 digits, so that it is one for libcurl too.
+bool isLength(std::string_view text)
 {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return !text.empty() && text.size() <= 18 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 int statusOf(std::string_view statusLine)
@@ -66,7 +68,7 @@ HttpHeadReader::Outcome HttpHeadReader::addField(std::string_view line)
     if (colon == std::string_view::npos) return Outcome::more;
     lastName_ = trimmed(line.substr(0, colon));
     const auto value = trimmed(line.substr(colon + 1));
-    if (strcasecmp(lastName_.c_str(), "content-length") == 0 && (!isNumber(value) || head_.header.contains(lastName_)))
+    if (strcasecmp(lastName_.c_str(), "content-length") == 0 && (!isLength(value) || head_.header.contains(lastName_)))
         return Outcome::malformed;
     head_.header.add(lastName_, std::string(value));
     return Outcome::more;

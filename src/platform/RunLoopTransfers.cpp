@@ -58,7 +58,7 @@ bool RunLoop::Transfers::perform()
     collectEnded();
     carryOutRemovals();
 
-    bool any = false;
+    bool any = std::exchange(progressed_, false);
     while (!ended_.empty()) {
         const Ended ended = ended_.front();
         ended_.pop_front();

@@ -39,8 +39,11 @@ public:
     /// once unless libcurl is at work at the moment. A handle that is not in the loop counts as removed.
     void remove(EasyHandle easy, std::function<void()> removed);
 
-    /// Moves transfers on as far as they go without waiting, then reports the ended ones; true when there were any.
+    /// Moves transfers on as far as they go without waiting, then reports the ended ones; true when there was any
+    /// progress that somebody may be waiting for.
     bool perform();
+    /// For owners, in a callback of libcurl: something has changed.
+    void noteProgress() { progressed_ = true; }
     /// Waits for activity, wake(), or the limit.
     void wait(std::optional<Duration> limit);
     void wake();
@@ -66,6 +69,7 @@ private:
     std::deque<Removal> removals_;
     std::deque<Ended> ended_;
     bool performing_ = false;
+    bool progressed_ = false;
 };
 
 } // namespace tidemark

@@ -35,7 +35,10 @@ protected:
         std::filesystem::remove_all(folder_);
     }
 
-    void serve(RawServer::Handler handler) { server_ = std::make_unique<RawServer>(std::move(handler)); }
+    void serve(RawServer::Handler handler)
+    {
+        server_ = std::make_unique<RawServer>(std::move(handler), [loop = loop_] { loop->wake(); });
+    }
     void serve(const std::string& bytes, bool closes = false)
     {
         serve([=](const RawServer::Request&) { return RawServer::Answer{bytes, closes}; });

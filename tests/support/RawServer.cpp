@@ -62,7 +62,9 @@ std::string RawServer::Request::field(const std::string& name) const
     return {};
 }
 
-RawServer::RawServer(Handler handler) : handler_(std::move(handler)), listener_(listenOnLoopback(64, port_))
+RawServer::RawServer(Handler handler, std::function<void()> onActivity)
+    : handler_(std::move(handler)), onActivity_(onActivity ? std::move(onActivity) : [] {}),
+      listener_(listenOnLoopback(64, port_))
 {
     acceptor_ = std::thread([this] { acceptConnections(); });
 }
@@ -127,6 +129,7 @@ void RawServer::acceptConnections()
         const int connection = static_cast<int>(sockets_.size());
         sockets_.push_back(socket);
         servers_.emplace_back([this, socket, connection] { serve(socket, connection); });
+        onActivity_();
     }
 }
 
@@ -148,6 +151,7 @@ void RawServer::serve(int socket, int connection)
             std::lock_guard lock(mutex_);
             requests_.push_back(request);
         }
+        onActivity_();
         const Answer answer = handler_(request);
         if (!sendAll(socket, answer.bytes)) return;
         if (answer.closes) {

@@ -35,7 +35,8 @@ public:
     /// Called for each request on the thread of its connection.
     using Handler = std::function<Answer(const Request&)>;
 
-    explicit RawServer(Handler handler);
+    /// `onActivity` is called on a thread of the server after each connection and each request that it counts.
+    explicit RawServer(Handler handler, std::function<void()> onActivity = {});
     ~RawServer();
     RawServer(const RawServer&) = delete;
     RawServer& operator=(const RawServer&) = delete;
@@ -56,6 +57,7 @@ private:
     std::size_t awaitPermit(std::size_t wanted);
 
     Handler handler_;
+    std::function<void()> onActivity_;
     int port_ = 0;
     int listener_ = -1;
     mutable std::mutex mutex_; // guards all below
