@@ -23,7 +23,8 @@ Languages loadTables()
     Languages loaded;
     for (const auto& embedded : embeddedTables()) {
         auto& table = loaded[std::string(embedded.language)][std::string(embedded.table)];
-        for (const auto& [key, value] : nlohmann::json::parse(embedded.json).items())
+        const auto texts = nlohmann::json::parse(embedded.json);
+        for (const auto& [key, value] : texts.items())
             table[key] = value;
     }
     return loaded;
