@@ -4,8 +4,6 @@
 #include <array>
 #include <charconv>
 
-#include <spdlog/fmt/fmt.h>
-
 #include "platform/Localization.h"
 
 namespace tidemark {
@@ -49,10 +47,11 @@ std::string withNumber(const std::string& format, long number)
     const auto begin = format.find('%');
     const auto end = begin == std::string::npos ? begin : format.find('d', begin);
     if (end == std::string::npos) return format;
-    const bool zeroFilled = begin + 1 < format.size() && format[begin + 1] == '0';
-    const auto width = std::clamp(integerValue(std::string_view(format).substr(begin + 1)), 0L, 9L);
-    const auto text = zeroFilled ? fmt::format("{:0{}}", number, width) : fmt::format("{:{}}", number, width);
-    return format.substr(0, begin) + text + format.substr(end + 1);
+    const std::string_view flags = std::string_view(format).substr(begin + 1);
+    const auto width = static_cast<std::size_t>(std::clamp(integerValue(flags), 0L, 9L));
+    auto digits = std::to_string(number);
+    if (digits.size() < width) digits.insert(0, width - digits.size(), flags.starts_with('0') ? '0' : ' ');
+    return format.substr(0, begin) + digits + format.substr(end + 1);
 }
 
 } // namespace
@@ -68,7 +67,7 @@ BXSyncSchedule::BXSyncSchedule(std::string_view text)
 
 std::string BXSyncSchedule::saveString() const
 {
-    return fmt::format("{}:{}:{}", week_, hour_, minute_);
+    return std::to_string(week_) + ":" + std::to_string(hour_) + ":" + std::to_string(minute_);
 }
 
 std::string BXSyncSchedule::showString() const
