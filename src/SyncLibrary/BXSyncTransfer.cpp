@@ -171,7 +171,7 @@ Status BXSyncTransfer::fetch(const std::string& pathname, const Url& url, const 
 {
     if (serverRecord && (serverRecord->state & SyncState::folder) != 0)
         return failure(
-            engineError("LOCALFILE_OBSTRUCTED",
+            engineError("SERVERFILE_OBSTRUCTED",
                         "There is a folder on the server in place of the file. path:" + url.displayString()));
     const WatcherPause pause(run_.fileWatcher);
     const auto target = run_.local.prepareTarget(pathname);
