@@ -55,8 +55,8 @@ private:
     std::shared_ptr<State> state_;
 };
 
-/// Reports changes anywhere below a folder. A file counts as changed when a writer closes it, when its time is set, and
-/// when it appears or goes; a folder when it appears or goes. Links to folders are not followed.
+/// Reports changes anywhere below a folder. A file counts as changed when it is written or closed by a writer, when its
+/// time is set, and when it appears or goes; a folder when it appears or goes. Links to folders are not followed.
 class DirectoryWatch
 {
 public:

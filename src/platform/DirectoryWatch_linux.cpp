@@ -23,8 +23,9 @@ namespace tidemark {
 
 namespace {
 
-constexpr std::uint32_t watchedEvents =
-    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF;
+// Setting only the modification time of a file is reported as a write to it.
+constexpr std::uint32_t watchedEvents = IN_CREATE | IN_MODIFY | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
+                                        IN_CLOSE_WRITE | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF;
 constexpr std::uint32_t appearing = IN_CREATE | IN_MOVED_TO;
 constexpr std::uint32_t going = IN_DELETE | IN_MOVED_FROM;
 constexpr std::uint32_t endOfRoot = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT;

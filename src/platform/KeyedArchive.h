@@ -26,8 +26,9 @@ Status write(const std::string& path, std::string_view className, std::size_t co
 
 /// Calls `take` for each record in array order; the text is valid during the call. Any altered, truncated or foreign
 /// document is an error of domain "KeyedArchive" that names the file, found before or after some records were taken.
-/// Tables in any order, shared objects, dates and extra keys are understood.
-Status read(const std::string& path, const std::function<void(const Record&)>& take);
+/// Tables in any order, shared texts, dates and extra keys are understood. Each record's class or one that it derives
+/// from must be `className` ("": any); a file that cannot be opened is an error of domain "POSIX".
+Status read(const std::string& path, const std::function<void(const Record&)>& take, std::string_view className = {});
 
 } // namespace KeyedArchive
 
