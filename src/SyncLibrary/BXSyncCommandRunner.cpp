@@ -86,10 +86,7 @@ Result<std::shared_ptr<ASWDCmd>> BXSyncCommandRunner::davConnect(const CommandFa
     Attempts attempts;
     for (auto command = factory(); command && admit(command); command = factory()) {
         if (run(*command, attempts)) {
-            if (accept(*command, command->statusCode())) {
-                lastErrorMessage_.clear();
-                return command;
-            }
+            if (accept(*command, command->statusCode())) return command;
             attempts.error = refusal(*command);
             break;
         }
@@ -97,9 +94,7 @@ Result<std::shared_ptr<ASWDCmd>> BXSyncCommandRunner::davConnect(const CommandFa
         logger_->error("{}", attempts.error->value(logKey));
         logger_->info("Reconnect...");
     }
-    auto error = attempts.fail();
-    lastErrorMessage_ = error.value(messageKey);
-    return failure(std::move(error));
+    return failure(attempts.fail());
 }
 
 /// False after a cancel. A cancel that comes later finds the command.

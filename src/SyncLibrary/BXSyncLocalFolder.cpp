@@ -77,8 +77,7 @@ Result<fs::Attributes> BXSyncLocalFolder::readableFile(const std::string& diskPa
 bool BXSyncLocalFolder::isPresent(const std::string& pathname) const
 {
     const auto path = locate(pathname);
-    const auto found = path ? fs::attributes(*path) : failure(path.error());
-    return found && found->kind != fs::FileKind::other && !(found->isLink && found->kind == fs::FileKind::folder);
+    return path && (fs::exists(*path) || isLink(*path));
 }
 
 bool BXSyncLocalFolder::isFolder(const std::string& pathname) const

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "Logger/LogFacade.h"
 #include "SyncLibrary/BXSyncCommandRunner.h"
 #include "SyncLibrary/BXSyncConfirmInfo.h"
 #include "SyncLibrary/BXSyncListup.h"
@@ -22,7 +21,6 @@ class BXSyncFileWatcher;
 class BXSyncInspectFile;
 class BXSyncRunLock;
 class BXSyncWebDAVInspectFile;
-struct BXSyncServerAccess;
 
 /// One run of one configuration: a listup, and the sync of what it found. Made for one run and thrown away after it;
 /// the configuration has signed in before and does not change meanwhile.
@@ -101,30 +99,24 @@ public:
 
 protected:
     void listup(bool forSyncBefore);
-    /// For the inspector of the server.
-    BXSyncServerAccess serverAccess();
     /// To be called by the destructor of every class below: the threads use virtual operations.
     void joinThreads();
 
 private:
     bool acquireLock();
     void runListup(bool forSyncBefore);
-    /// Without a sync after it.
-    void runListupAlone(bool forSyncBefore);
-    std::shared_ptr<NamedThread> startListupThread(std::function<void()> work);
+    void runStandaloneListup(bool forSyncBefore);
     BXSyncRunOutcome syncImpl();
     bool waitForListup(const NamedThread& thread) const;
     BXSyncRunOutcome execute();
 
-    void collectChanges();
-    bool recoverInterrupted();
     bool inspectLocal();
     bool inspectServer();
-    bool readSyncInfo(BXSyncInspectFile& inspector);
+    bool loadSyncInfo(BXSyncInspectFile& inspector);
+    bool recoverInflight();
     void buildList();
     void logList() const;
-    BXSyncRunOutcome listingFailure() const;
-    void failListup(LogLevel level, const char* log, BXSyncRunOutcome outcome = BXSyncRunOutcome::listupFailed);
+    void listupFailed(BXSyncRunOutcome outcome);
     void showListupError();
     BXSyncProgressDelegate& progress() const;
 
@@ -144,7 +136,6 @@ private:
     mutable std::mutex serverfileMutex_; // guards the pointer serverfile_
     std::shared_ptr<BXSyncWebDAVInspectFile> serverfile_;
     bool erroronlistup_ = false;
-    /// How the listup ended.
     BXSyncRunOutcome listupOutcome_ = BXSyncRunOutcome::finished;
     std::atomic<BXSyncRunOutcome> outcome_ = BXSyncRunOutcome::running;
     BXSyncRunReport report_;

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include "app/cli/RunFiles.h"
+#include "app/cli/RunLocking.h"
 #include "tests/app/CommandWorld.h"
 
 namespace tidemark::cli {

@@ -115,6 +115,7 @@ void Parser::addConfigCommands()
 {
     auto& config = *app_.add_subcommand("config", "Make, show, change and delete configurations");
     config.require_subcommand(1);
+    config.footer(helptexts::everywhere);
 
     auto& create = add(config, "create",
                        "Make a configuration: a local folder and the server folder it is kept in "
@@ -234,7 +235,8 @@ void Parser::addSettingsCommands()
 {
     auto& settings = *app_.add_subcommand("settings", "Show and change what applies to every configuration");
     settings.require_subcommand(1);
-    settings.footer(helptexts::settingsFooter);
+    settings.footer(helptexts::everywhere);
+    addFooter(settings, helptexts::settingsFooter);
     add(settings, "list", "List all settings with their values", settingsList_);
     add(settings, "get", "Show the value of a setting", settingsGet_)
         .add_option("KEY", settingsGet_.key, "The setting")

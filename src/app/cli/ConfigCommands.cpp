@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
+#include "app/cli/Cancellation.h"
 #include "app/cli/ConfigurationEditor.h"
 #include "app/cli/ConfigurationWords.h"
 #include "app/cli/Console.h"
 #include "app/cli/JsonOutput.h"
 #include "app/cli/NamedConfigurations.h"
-#include "app/cli/RunFiles.h"
+#include "app/cli/RunLocking.h"
 #include "app/cli/Secrets.h"
 #include "app/cli/Terminal.h"
 #include "config/BXSyncConfigManager.h"
@@ -50,6 +51,13 @@ ExitStatus saveEdited(BXSyncConfigManager& store, const Conf& conf, CommandConte
         for (const auto& warning : warnings)
             context.console.warning(warning);
     return status;
+}
+
+/// Why the options were not applied, and the status for it.
+ExitStatus refuseOptions(CommandContext& context, const std::string& complaint)
+{
+    const bool isCancelled = context.cancellation.isRequested();
+    return refuse(context, isCancelled ? ExitStatus::cancelled : ExitStatus::usage, complaint);
 }
 
 std::string padded(std::string text, std::size_t width)
@@ -123,7 +131,7 @@ ExitStatus run(const ConfigCreate& command, BXSyncConfigManager& store, CommandC
     conf->setSyncinfoPath(store.syncInfoPath(*name));
     conf->setDiscardPsi(true);
     if (const auto applied = applyOptions(command.options, *conf, context); !applied)
-        return refuse(context, ExitStatus::usage, applied.error());
+        return refuseOptions(context, applied.error());
     const auto status = saveEdited(store, conf, context);
     if (status == ExitStatus::done) context.console.notice("made the configuration '" + *name + "'");
     return status;
@@ -164,7 +172,7 @@ ExitStatus run(const ConfigSet& command, BXSyncConfigManager& store, CommandCont
     const auto lock = lockRuns((*conf)->syncinfoPath(), (*conf)->name(), context);
     if (!lock) return lock.error();
     if (const auto applied = applyOptions(command.options, **conf, context); !applied)
-        return refuse(context, ExitStatus::usage, applied.error());
+        return refuseOptions(context, applied.error());
     return saveEdited(store, *conf, context);
 }
 

@@ -38,11 +38,11 @@ struct SyncItem
     /// 0 for a folder.
     std::int64_t size = 0;
     /// Absent where that side has nothing, or never told its time.
-    std::optional<dates::Seconds> localTime;
-    std::optional<dates::Seconds> serverTime;
+    std::optional<dates::Seconds> localTime = {};
+    std::optional<dates::Seconds> serverTime = {};
     bool finished = false;
     /// Why it is not finished, in words; "" where it was not tried.
-    std::string error;
+    std::string error = {};
 };
 
 /// What became of one configuration.

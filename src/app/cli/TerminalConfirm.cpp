@@ -102,6 +102,17 @@ std::string choicesText(const BXSyncConfirmInfo& info)
     return text + ">";
 }
 
+/// "local 2026/01/02 10:00:00, server …": what a conflict is decided by.
+std::string datesText(const BXSyncConfirmInfo& info)
+{
+    const auto shown = [&](const char* key) {
+        const auto found = info.otherInfo.find(key);
+        const auto* time = found == info.otherInfo.end() ? nullptr : found->second.get<dates::Time>();
+        return time ? BXSyncUtils::getStringForShow(*time) : std::string("unknown");
+    };
+    return "local " + shown(BXSyncConfirmInfo::localDateKey) + ", server " + shown(BXSyncConfirmInfo::serverDateKey);
+}
+
 /// What "2" or "2!" chooses.
 std::optional<BXSyncConfirmResult> chosen(const BXSyncConfirmInfo& info, std::string line)
 {
@@ -202,6 +213,7 @@ BXSyncConfirmResult TerminalConfirm::askOrCancel(const BXSyncConfirmInfo& info, 
 BXSyncConfirmResult TerminalConfirm::ask(const BXSyncConfirmInfo& info)
 {
     context_.console.question(messageText(info));
+    if (info.type == BXSyncConfirmType::conflict) context_.console.question(datesText(info));
     for (;;) {
         const auto line = askLine(context_.console, context_.terminal, choicesText(info));
         const auto& cancel = cancelChoice(info);

@@ -12,8 +12,8 @@ namespace tidemark::cli {
 /// The answers that were given in advance.
 struct ConfirmOptions
 {
-    std::optional<DeleteAnswer> onDelete;
-    std::optional<ConflictAnswer> onConflict;
+    std::optional<DeleteAnswer> onDelete = {};
+    std::optional<ConflictAnswer> onConflict = {};
     /// Files that fail are skipped on a terminal too.
     bool skipErrors = false;
 };

@@ -1,13 +1,13 @@
-#include "app/cli/RunFiles.h"
+#include "app/cli/RunLocking.h"
 
 #include "app/cli/Console.h"
 
 namespace tidemark::cli {
 
-tl::expected<std::unique_ptr<fs::FileLock>, ExitStatus> lockRuns(const std::string& syncInfoPath,
-                                                                 const std::string& name, CommandContext& context)
+tl::expected<std::unique_ptr<BXSyncRunLock>, ExitStatus> lockRuns(const std::string& syncInfoPath,
+                                                                  const std::string& name, CommandContext& context)
 {
-    auto lock = fs::FileLock::tryAcquire(syncInfoPath + ".lock");
+    auto lock = BXSyncRunLock::tryAcquire(syncInfoPath);
     if (!lock) {
         context.console.error("the configuration '" + name + "' cannot be locked: " + lock.error().description());
         return tl::unexpected(ExitStatus::configuration);
