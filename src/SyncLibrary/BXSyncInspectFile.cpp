@@ -41,12 +41,15 @@ Result<bool> BXSyncInspectFile::readSyncInfo(const std::string& path)
     fileUpdateTable_.clear();
     if (!fs::exists(path)) return false;
     bool foreignName = false;
-    const auto status = KeyedArchive::read(path, [&](const KeyedArchive::Record& stored) {
-        BXSyncFileDataInfo record;
-        record.fileData = {std::string(stored.name), stored.mod};
-        foreignName = foreignName || !isPathname(stored.name);
-        appendFileUpdate(std::move(record));
-    });
+    const auto status = KeyedArchive::read(
+        path,
+        [&](const KeyedArchive::Record& stored) {
+            BXSyncFileDataInfo record;
+            record.fileData = {std::string(stored.name), stored.mod};
+            foreignName = foreignName || !isPathname(stored.name);
+            appendFileUpdate(std::move(record));
+        },
+        BXSyncFileData::archiveName);
     if (status && !foreignName) return true;
     fileUpdate_.clear();
     fileUpdateTable_.clear();

@@ -8,20 +8,30 @@ namespace {
 
 constexpr std::size_t firstSlots = 64;
 
+std::uint32_t hashOf(std::string_view name)
+{
+    const auto hash = std::uint64_t{std::hash<std::string_view>{}(name)};
+    return static_cast<std::uint32_t>(hash ^ (hash >> 32));
+}
+
 } // namespace
 
 std::optional<std::size_t> BXSyncNameIndex::find(std::string_view name) const
 {
     if (slots_.empty()) return std::nullopt;
-    const auto entry = slots_[slotOf(name)];
-    if (entry == 0) return std::nullopt;
-    return entry - 1;
+    const auto mask = slots_.size() - 1;
+    const auto hash = hashOf(name);
+    for (auto at = hash & mask; slots_[at].entry != 0; at = (at + 1) & mask) {
+        const std::size_t position = slots_[at].entry - 1;
+        if (slots_[at].hash == hash && records_[position].fileData.fileName == name) return position;
+    }
+    return std::nullopt;
 }
 
 void BXSyncNameIndex::addLast()
 {
     if ((used_ + 1) * 4 > slots_.size() * 3) grow();
-    slots_[slotOf(records_.back().fileData.fileName)] = static_cast<std::uint32_t>(records_.size());
+    place({static_cast<std::uint32_t>(records_.size()), hashOf(records_.back().fileData.fileName)});
     ++used_;
 }
 
@@ -31,22 +41,21 @@ void BXSyncNameIndex::clear()
     used_ = 0;
 }
 
-/// The slot that holds the name, or the free one where it belongs.
-std::size_t BXSyncNameIndex::slotOf(std::string_view name) const
+void BXSyncNameIndex::place(Slot slot)
 {
     const auto mask = slots_.size() - 1;
-    auto slot = std::hash<std::string_view>{}(name)&mask;
-    while (slots_[slot] != 0 && records_[slots_[slot] - 1].fileData.fileName != name)
-        slot = (slot + 1) & mask;
-    return slot;
+    auto at = slot.hash & mask;
+    while (slots_[at].entry != 0)
+        at = (at + 1) & mask;
+    slots_[at] = slot;
 }
 
 void BXSyncNameIndex::grow()
 {
-    std::vector<std::uint32_t> old(slots_.empty() ? firstSlots : slots_.size() * 2, 0);
+    std::vector<Slot> old(slots_.empty() ? firstSlots : slots_.size() * 2);
     slots_.swap(old);
-    for (const auto entry : old)
-        if (entry != 0) slots_[slotOf(records_[entry - 1].fileData.fileName)] = entry;
+    for (const auto& slot : old)
+        if (slot.entry != 0) place(slot);
 }
 
 } // namespace tidemark

@@ -10,7 +10,7 @@
 
 namespace tidemark {
 
-/// Finds records of a list by name. The names stay in the records; an entry costs 4 to 11 bytes. At most 2^32 - 2
+/// Finds records of a list by name. The names stay in the records; an entry costs 11 to 22 bytes. At most 2^32 - 2
 /// records.
 class BXSyncNameIndex
 {
@@ -26,12 +26,20 @@ public:
     void clear();
 
 private:
-    std::size_t slotOf(std::string_view name) const;
+    struct Slot
+    {
+        /// Position + 1 of a record, 0 for a free slot.
+        std::uint32_t entry = 0;
+        /// Of the name, so that most names need not be looked at.
+        std::uint32_t hash = 0;
+    };
+
+    void place(Slot slot);
     void grow();
 
     const Records& records_;
-    /// Position + 1 of a record, 0 for a free slot; a power of two in number.
-    std::vector<std::uint32_t> slots_;
+    /// A power of two in number.
+    std::vector<Slot> slots_;
     std::size_t used_ = 0;
 };
 
