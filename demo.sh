@@ -26,7 +26,7 @@ trap 'exit 130' INT
 trap 'exit 143' TERM
 
 here=$work/here
-there=$work/there
+there=$work/server/files
 mkdir -p "$here" "$there" "$work/config"
 
 tidemark() {
@@ -47,8 +47,8 @@ tree() { (cd "$1" && find . -mindepth 1 \( -type d -printf '%P/\n' -o -printf '%
 
 step "Start a WebDAV server on a free port of this machine, over an empty folder"
 printf 'sesame\n' >"$work/password"
-"$bin/devserver/marlock-devserver" --root "$there" --port 0 --port-file "$work/port" \
-  --product --user kim --password-file "$work/password" >"$work/server.log" 2>&1 &
+"$bin/devserver/marlock-devserver" --root "$work/server" --port 0 --port-file "$work/port" \
+  --product --auth digest --user kim --password-file "$work/password" >"$work/server.log" 2>&1 &
 server=$!
 for _ in $(seq 200); do
   [ -s "$work/port" ] && break
@@ -70,7 +70,7 @@ head -c $((20 * 1024 * 1024)) /dev/urandom >"$here/big.bin"
 tree "$here"
 
 step "Make a configuration and check that the server folder can be used"
-tidemark config create demo --url "http://127.0.0.1:$port/" --local "$here" --user kim --password-file "$work/password"
+tidemark config create demo --url "http://127.0.0.1:$port/files" --local "$here" --user kim --password-file "$work/password"
 tidemark config check demo
 
 step "First sync: everything goes up"
