@@ -8,6 +8,7 @@
 #include <boost/beast/http/error.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
+#include <limits>
 
 namespace devserver {
 
@@ -77,7 +78,7 @@ std::optional<Request> HttpReader::next()
 {
     auto& parser = impl_->parser.emplace();
     parser.header_limit(headerLimit);
-    parser.body_limit(boost::none);
+    parser.body_limit(std::numeric_limits<std::uint64_t>::max());
     Error error;
     http::read_header(impl_->stream, impl_->buffer, parser, error);
     if (error == http::error::end_of_stream) return {};

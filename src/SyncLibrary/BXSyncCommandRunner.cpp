@@ -86,7 +86,10 @@ Result<std::shared_ptr<ASWDCmd>> BXSyncCommandRunner::davConnect(const CommandFa
     Attempts attempts;
     for (auto command = factory(); command && admit(command); command = factory()) {
         if (run(*command, attempts)) {
-            if (accept(*command, command->statusCode())) return command;
+            if (accept(*command, command->statusCode())) {
+                lastErrorMessage_.clear();
+                return command;
+            }
             attempts.error = refusal(*command);
             break;
         }
@@ -94,7 +97,9 @@ Result<std::shared_ptr<ASWDCmd>> BXSyncCommandRunner::davConnect(const CommandFa
         logger_->error("{}", attempts.error->value(logKey));
         logger_->info("Reconnect...");
     }
-    return failure(attempts.fail());
+    auto error = attempts.fail();
+    lastErrorMessage_ = error.value(messageKey);
+    return failure(std::move(error));
 }
 
 /// False after a cancel. A cancel that comes later finds the command.

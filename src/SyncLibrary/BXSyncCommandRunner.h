@@ -39,6 +39,9 @@ public:
 
     Result<std::shared_ptr<ASWDCmd>> davConnect(const CommandFactory& factory, const AcceptStatus& accept) override;
 
+    /// Message key of the last request's failure, "" after a success. The run's threads.
+    const std::string& lastErrorMessage() const { return lastErrorMessage_; }
+
     bool cancelFlg() const { return cancelFlg_; }
     /// Setting it ends the command that runs, and every wait for a reconnection; it is not cleared within a run. Any
     /// thread.
@@ -63,6 +66,8 @@ private:
     const std::function<BXSyncReconnectRule()> rule_;
     const std::shared_ptr<LogFacade> logger_;
     BXSyncConfirmDelegate* confirmDelegate_ = nullptr;
+
+    std::string lastErrorMessage_;
 
     mutable std::mutex mutex_; // guards currentCmd_; orders the flag with it
     std::condition_variable cancelled_;

@@ -77,7 +77,8 @@ Result<fs::Attributes> BXSyncLocalFolder::readableFile(const std::string& diskPa
 bool BXSyncLocalFolder::isPresent(const std::string& pathname) const
 {
     const auto path = locate(pathname);
-    return path && (fs::exists(*path) || isLink(*path));
+    const auto found = path ? fs::attributes(*path) : failure(path.error());
+    return found && found->kind != fs::FileKind::other && !(found->isLink && found->kind == fs::FileKind::folder);
 }
 
 bool BXSyncLocalFolder::isFolder(const std::string& pathname) const

@@ -24,6 +24,7 @@ public:
     Result<std::string> locate(const std::string& pathname) const;
     /// A file that can be read, or why there is none.
     Result<fs::Attributes> readableFile(const std::string& diskPath) const;
+    /// Something is there that a listing would show.
     bool isPresent(const std::string& pathname) const;
     bool isFolder(const std::string& pathname) const;
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Logger/LogFacade.h"
 #include "SyncLibrary/BXSyncCommandRunner.h"
 #include "SyncLibrary/BXSyncConfirmInfo.h"
 #include "SyncLibrary/BXSyncListup.h"
@@ -21,6 +22,7 @@ class BXSyncFileWatcher;
 class BXSyncInspectFile;
 class BXSyncRunLock;
 class BXSyncWebDAVInspectFile;
+struct BXSyncServerAccess;
 
 /// One run of one configuration: a listup, and the sync of what it found. Made for one run and thrown away after it;
 /// the configuration has signed in before and does not change meanwhile.
@@ -99,24 +101,30 @@ public:
 
 protected:
     void listup(bool forSyncBefore);
+    /// For the inspector of the server.
+    BXSyncServerAccess serverAccess();
     /// To be called by the destructor of every class below: the threads use virtual operations.
     void joinThreads();
 
 private:
     bool acquireLock();
     void runListup(bool forSyncBefore);
-    void runStandaloneListup(bool forSyncBefore);
+    /// Without a sync after it.
+    void runListupAlone(bool forSyncBefore);
+    std::shared_ptr<NamedThread> startListupThread(std::function<void()> work);
     BXSyncRunOutcome syncImpl();
     bool waitForListup(const NamedThread& thread) const;
     BXSyncRunOutcome execute();
 
+    void collectChanges();
+    bool recoverInterrupted();
     bool inspectLocal();
     bool inspectServer();
-    bool loadSyncInfo(BXSyncInspectFile& inspector);
-    bool recoverInflight();
+    bool readSyncInfo(BXSyncInspectFile& inspector);
     void buildList();
     void logList() const;
-    void listupFailed(BXSyncRunOutcome outcome);
+    BXSyncRunOutcome listingFailure() const;
+    void failListup(LogLevel level, const char* log, BXSyncRunOutcome outcome = BXSyncRunOutcome::listupFailed);
     void showListupError();
     BXSyncProgressDelegate& progress() const;
 
@@ -136,6 +144,7 @@ private:
     mutable std::mutex serverfileMutex_; // guards the pointer serverfile_
     std::shared_ptr<BXSyncWebDAVInspectFile> serverfile_;
     bool erroronlistup_ = false;
+    /// How the listup ended.
     BXSyncRunOutcome listupOutcome_ = BXSyncRunOutcome::finished;
     std::atomic<BXSyncRunOutcome> outcome_ = BXSyncRunOutcome::running;
     BXSyncRunReport report_;

@@ -21,7 +21,7 @@ enum Code
 
 /// Domain "POSIX" where the file cannot be read, `notConfiguration` where it holds something else.
 Result<PropertyList::Dictionary> read(const std::string& path);
-/// `notStorable` for values that a property list cannot hold (control characters, bytes that are not UTF-8); nothing is
+/// `notStorable` for values that do not survive being written and read (text with NUL); nothing is
 /// written then.
 Status write(const std::string& path, const PropertyList::Dictionary& dictionary,
              std::optional<dates::Time> creationDate);

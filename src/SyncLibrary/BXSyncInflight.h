@@ -1,0 +1,75 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "SyncLibrary/BXSyncInflightRecord.h"
+#include "platform/Result.h"
+#include "platform/Streams.h"
+
+namespace tidemark {
+
+/// The record of the download that is under way, beside the sync-info file, by which a later run tells a half file from
+/// a changed one when this process dies.
+///
+/// Invariant: at every moment at which a target's content may be neither what it was before its download nor the whole
+/// new one, and the target is not marked as suspended, its path is on record together with what the target was before
+/// (size and time, or absent).
+///
+/// A flush for every file would cost more than the file, so paths are put on record in batches, flushed before the
+/// first target of the batch is opened; that a download of the batch begins or ends is then appended without a flush.
+/// Such a line survives the process but not a loss of power, therefore the record names the system start that it was
+/// written under: under the same one exactly the download that began last and did not end is suspect; under another one
+/// every path of the batch is whose file is not what it was before.
+class BXSyncInflight
+{
+public:
+    using Locate = std::function<Result<std::string>(const std::string& pathname)>;
+
+    static constexpr std::size_t batchSize = 256;
+
+    /// `locate` tells where a pathname lies on the disk. `systemStart` names the present start of the system, "" where
+    /// it is not known.
+    BXSyncInflight(const std::string& syncinfoPath, Locate locate, std::string systemStart = currentSystemStart());
+    /// A record without a download under way goes; one with stays.
+    ~BXSyncInflight();
+    BXSyncInflight(const BXSyncInflight&) = delete;
+    BXSyncInflight& operator=(const BXSyncInflight&) = delete;
+
+    /// The pathnames that the run may download, in the order in which it will.
+    void plan(std::vector<std::string> pathnames);
+    /// Once this has succeeded the target may be opened for writing.
+    Status begin(const std::string& pathname);
+    /// The target is whole, marked or gone.
+    void end();
+
+    /// Marks what a process that died has left half done, or deletes it where it cannot be marked, and does away with
+    /// the record. The pathnames that were so treated. After a failure nothing may be listed.
+    static Result<std::vector<std::string>> recover(const std::string& syncinfoPath, const Locate& locate,
+                                                    const std::string& systemStart = currentSystemStart());
+
+    static std::string pathFor(const std::string& syncinfoPath) { return syncinfoPath + ".inflight"; }
+    static std::string currentSystemStart();
+
+private:
+    using Entry = BXSyncInflightRecord::Entry;
+
+    bool isNextInBatch(const std::string& pathname) const;
+    std::vector<Entry> nextBatch(const std::string& pathname);
+    Status writeBatch(std::vector<Entry> batch);
+    Status append(char what, std::size_t index);
+
+    const std::string path_;
+    const Locate locate_;
+    const std::string systemStart_;
+    std::vector<std::string> planned_;
+    std::size_t nextPlanned_ = 0;
+    std::vector<Entry> batch_;
+    std::size_t nextInBatch_ = 0;
+    bool underWay_ = false;
+    std::unique_ptr<OutputStream> record_;
+};
+
+} // namespace tidemark

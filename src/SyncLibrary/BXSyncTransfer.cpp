@@ -1,0 +1,254 @@
+#include "SyncLibrary/BXSyncTransfer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <regex>
+
+#include "SyncLibrary/BXSyncFileWatcher.h"
+#include "davclient/ASWDCmdGet.h"
+#include "davclient/ASWDCmdUpload.h"
+#include "security/BXSyncAESInputStream.h"
+#include "security/BXSyncAESTool.h"
+
+namespace tidemark {
+
+namespace {
+
+/// While it lives, what happens in the folder is not taken for the user's doing.
+class WatcherPause
+{
+public:
+    explicit WatcherPause(BXSyncFileWatcher* watcher) : watcher_(watcher), wasOn_(watcher && watcher->on())
+    {
+        if (wasOn_) watcher_->setOn(false);
+    }
+    ~WatcherPause()
+    {
+        if (wasOn_) watcher_->setOn(true);
+    }
+    WatcherPause(const WatcherPause&) = delete;
+    WatcherPause& operator=(const WatcherPause&) = delete;
+
+private:
+    BXSyncFileWatcher* watcher_;
+    bool wasOn_;
+};
+
+bool isSuccessfulUpload(ASWDCmd&, int status)
+{
+    return status == 200 || status == 201 || status == 204;
+}
+
+bool isSame(const fs::Attributes& a, const fs::Attributes& b)
+{
+    return a.size == b.size && a.modified == b.modified;
+}
+
+/// The server carries `sent` in whole seconds. Against this record its copy is within the tolerance and any file of
+/// another time is not.
+dates::Seconds recordOfChangedFile(dates::Seconds sent, dates::Seconds present)
+{
+    const auto carried = std::floor(sent);
+    return present >= carried ? carried - BXSyncInspectFile::timeTolerance : carried + BXSyncInspectFile::timeTolerance;
+}
+
+} // namespace
+
+/// The file of an upload: where it lies, and what it was when it was last begun to be sent.
+struct BXSyncTransfer::Source
+{
+    std::string diskPath;
+    fs::Attributes sent;
+    /// Why it could not be read.
+    std::optional<Error> error;
+};
+
+BXSyncTransfer::BXSyncTransfer(const BXSyncRunContext& context)
+    : run_(context), resume_(context.conf, context.runner, context.logger)
+{
+}
+
+bool BXSyncTransfer::isUnusableOnWindows(const std::string& name)
+{
+    static const std::regex forbidden(
+        R"([\x00-\x1f<>:"/\\|?*]|^(CON|PRN|AUX|NUL|COM[0-9]|LPT[0-9]|CLOCK\$)(\.|$)|[\. ]$)",
+        std::regex::ECMAScript | std::regex::icase | std::regex::optimize);
+    return std::regex_search(name, forbidden);
+}
+
+bool BXSyncTransfer::isUsableName(const std::string& pathname)
+{
+    if (run_.conf.serverOS() != ServerOS::windows || !isUnusableOnWindows(fs::lastPathComponent(pathname))) return true;
+    run_.confirmer.confirmUnusableName(pathname, run_.local.shownPath(pathname));
+    finishProgress();
+    return false;
+}
+
+BXSyncUpload BXSyncTransfer::uploadsub(const std::string& pathname)
+{
+    const auto url = run_.server.urlOf(pathname);
+    run_.logger.info("Uploading file: {}", url.displayString());
+    if (!isUsableName(pathname)) return {};
+    auto sent = send(pathname, url);
+    run_.runner.clearCurrentCmd();
+    finishProgress();
+    if (!sent) {
+        run_.confirmer.confirmError(pathname, sent.error(), url.displayString());
+        return {};
+    }
+    if (!sent->done)
+        run_.confirmer.confirmError(
+            pathname,
+            engineError("LOCALFILE_CHANGED", "The file was changed while it was sent. path:" + url.displayString()),
+            url.displayString());
+    return *sent;
+}
+
+Result<BXSyncUpload> BXSyncTransfer::send(const std::string& pathname, const Url& url)
+{
+    auto diskPath = run_.local.locate(pathname);
+    if (!diskPath) return failure(std::move(diskPath.error()));
+    Source source{std::move(*diskPath), {}, {}};
+    const auto stored = put(url, source);
+    if (!stored) return failure(source.error.value_or(stored.error()));
+    const auto present = fs::attributes(source.diskPath);
+    const bool unchanged = present && isSame(*present, source.sent);
+    if (unchanged) run_.logger.info("Uploaded file: {}", url.displayString());
+    updateProperties(url, source);
+    if (unchanged) return BXSyncUpload{true, source.sent.modified};
+    return BXSyncUpload{false,
+                        recordOfChangedFile(source.sent.modified, present ? present->modified : source.sent.modified)};
+}
+
+Result<std::shared_ptr<ASWDCmd>> BXSyncTransfer::put(const Url& url, Source& source)
+{
+    const auto factory = [&]() -> std::shared_ptr<ASWDCmd> {
+        auto present = run_.local.readableFile(source.diskPath);
+        source.error = present ? std::nullopt : std::optional(present.error());
+        if (!present) return nullptr;
+        source.sent = *present;
+        auto command = std::make_shared<ASWDCmdPut>(url, run_.conf.info());
+        command->setEncryptKey(run_.conf.encryptKey());
+        command->setModifiedDate(dates::fromSeconds(source.sent.modified));
+        command->setFileLength(source.sent.size);
+        command->setSentBytes(resume_.resumeCheck(url, source.diskPath, true));
+        command->setFilePath(source.diskPath);
+        command->setSendsContentRange(!run_.conf.marlockVersion().empty());
+        showCommand(command);
+        return command;
+    };
+    return run_.runner.davConnect(factory, isSuccessfulUpload);
+}
+
+void BXSyncTransfer::updateProperties(const Url& url, const Source& source)
+{
+    BXSyncUtils::PropertyMap properties;
+    if (!run_.conf.encryptKey().empty())
+        properties["encryptsha"] = BXSyncAESTool::keyCheckValue(run_.conf.encryptKey());
+    if (run_.conf.marlockVersion().empty())
+        properties["SyncDate"] = BXSyncUtils::lastmodifiedDateStringFromDate(dates::fromSeconds(source.sent.modified));
+    const auto set = run_.server.setProperties(url, properties);
+    if (!set) run_.logger.error("{}", set.error().value(BXSyncCommandRunning::logKey));
+}
+
+bool BXSyncTransfer::downloadsub(const std::string& pathname, const BXSyncFileDataInfo* serverRecord)
+{
+    const auto url = run_.server.urlOf(pathname);
+    const auto shown = run_.local.shownPath(pathname);
+    run_.logger.info("Downloading file: {}", shown);
+    const auto fetched = fetch(pathname, url, serverRecord);
+    run_.runner.clearCurrentCmd();
+    finishProgress();
+    if (!fetched) {
+        run_.confirmer.confirmError(pathname, fetched.error(), url.displayString());
+        return false;
+    }
+    run_.logger.info("Downloaded file: {}", shown);
+    return true;
+}
+
+Status BXSyncTransfer::fetch(const std::string& pathname, const Url& url, const BXSyncFileDataInfo* serverRecord)
+{
+    if (serverRecord && (serverRecord->state & SyncState::folder) != 0)
+        return failure(
+            engineError("SERVERFILE_OBSTRUCTED",
+                        "There is a folder on the server in place of the file. path:" + url.displayString()));
+    const WatcherPause pause(run_.fileWatcher);
+    const auto target = run_.local.prepareTarget(pathname);
+    if (!target) return failure(target.error());
+    if (auto recorded = run_.inflight.begin(pathname); !recorded)
+        return failure(engineError("LOCALFILE_UNWRITABLE", recorded.error().description()));
+    auto fetched = fetchInto(*target, url, serverRecord);
+    run_.inflight.end();
+    return fetched;
+}
+
+Status BXSyncTransfer::fetchInto(const std::string& target, const Url& url, const BXSyncFileDataInfo* serverRecord)
+{
+    std::shared_ptr<ASWDCmd> last;
+    const auto fetched = run_.runner.davConnect([&] { return last = makeDownload(url, target, last.get()); },
+                                                [](ASWDCmd&, int status) { return status == 200 || status == 206; });
+    if (!fetched) return failure(fetched.error());
+    if (!isWhole(**fetched, target, serverRecord)) {
+        if (!BXSyncUtils::addSuspendFlag(target)) static_cast<void>(fs::removeFile(target));
+        return failure(engineError("CONNECTION_ERROR", "The response is not as long as the file on the server. path:" +
+                                                           url.absoluteString()));
+    }
+    BXSyncUtils::removeSuspendFlag(target);
+    if (serverRecord) settleTime(target, *serverRecord);
+    return {};
+}
+
+/// `before` is the execution that failed, or null. What it has written is a part to go on from.
+std::shared_ptr<ASWDCmd> BXSyncTransfer::makeDownload(const Url& url, const std::string& target, const ASWDCmd* before)
+{
+    const auto* failed = dynamic_cast<const ASWDCmdGet*>(before);
+    if (failed && failed->responseStream()) BXSyncUtils::addSuspendFlag(target);
+    const auto offset = resume_.resumeCheck(url, target, false);
+    auto command = std::make_shared<ASWDCmdGet>(url, run_.conf.info());
+    command->setLocalFile(target);
+    command->setEncryptKey(run_.conf.encryptKey());
+    command->setSentBytes(std::max<std::int64_t>(offset, 0));
+    showCommand(command);
+    return command;
+}
+
+/// Where a response tells no length of its own, the end of the connection looks like the end of the file: the length
+/// that was listed decides.
+bool BXSyncTransfer::isWhole(const ASWDCmd& command, const std::string& target,
+                             const BXSyncFileDataInfo* serverRecord) const
+{
+    const auto& header = command.responseHeader()->header;
+    if (!serverRecord || header.contains("Content-Length") || header.contains("Transfer-Encoding")) return true;
+    const auto present = fs::attributes(target);
+    if (!present) return false;
+    const bool encrypted = !run_.conf.encryptKey().empty();
+    return serverRecord->size == (encrypted ? BXSyncAESInputStream::encryptedLength(present->size) : present->size);
+}
+
+/// Both sides are to carry one time. A product server's answer has set it already, unless it told another than its
+/// listing did.
+void BXSyncTransfer::settleTime(const std::string& target, const BXSyncFileDataInfo& serverRecord) const
+{
+    const auto listed = serverRecord.fileData.dateLastModified;
+    const auto present = fs::attributes(target);
+    const bool settled = !run_.conf.marlockVersion().empty() && present &&
+                         std::abs(present->modified - listed) <= BXSyncInspectFile::timeTolerance;
+    if (settled) return;
+    if (const auto set = fs::setModified(target, listed); !set)
+        run_.logger.error("The time cannot be set. {}", set.error().description());
+}
+
+void BXSyncTransfer::showCommand(const std::shared_ptr<ASWDCmd>& command)
+{
+    run_.progress.setThread(command);
+    run_.progress.update();
+}
+
+void BXSyncTransfer::finishProgress()
+{
+    run_.progress.finish();
+    run_.progress.update();
+}
+
+} // namespace tidemark
