@@ -28,8 +28,8 @@ void refuse(Transport& transport)
 
 void serve(Transport& transport, std::uint64_t connectionId, const Services& services)
 {
-    if (const auto action = services.faults.strikeConnection()) {
-        if (*action == fault::ConnectAction::Stall) stall(transport);
+    if (const auto plan = services.faults.strikeConnection()) {
+        if (plan->action == fault::ConnectAction::Stall) stall(transport, plan->released);
         return;
     }
     transport.handshake();

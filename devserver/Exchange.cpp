@@ -102,7 +102,7 @@ bool Exchange::run()
         drain(body);
         throw ConnectionLost("dropped");
     }
-    if (plan_.stall && plan_.stall->place == fault::StallPlace::BeforeResponse) stall(transport_);
+    if (plan_.stall && plan_.stall->place == fault::StallPlace::BeforeResponse) stall(transport_, plan_.released);
     services_.log.update(id_, [&](RequestRecord& record) { record.responseStatus = response.status; });
     ResponseWriter writer(transport_, plan_, [&](std::uint64_t bytes) {
         services_.log.update(id_, [&](RequestRecord& record) { record.responseBodyBytes += bytes; });
@@ -119,7 +119,7 @@ void Exchange::faultsBeforeBody(Body& body)
     if (plan_.delay.count() > 0 && transport_.waitForEnd(plan_.delay) && !reader_.hasUnreadBody())
         throw ConnectionLost("gone");
     body.strike();
-    if (plan_.stall && plan_.stall->place == fault::StallPlace::BeforeReadingBody) stall(transport_);
+    if (plan_.stall && plan_.stall->place == fault::StallPlace::BeforeReadingBody) stall(transport_, plan_.released);
 }
 
 Response Exchange::answer(Body& body)

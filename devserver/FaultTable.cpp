@@ -77,15 +77,31 @@ FaultPlan FaultTable::strike(std::string_view method, std::string_view path)
     const std::lock_guard lock(mutex_);
     for (Fault& fault : faults_)
         if (matches(fault, method, path) && consume(fault)) std::visit(Planner{plan}, fault.effect);
+    plan.released = releaseCheck();
     return plan;
 }
 
-std::optional<fault::ConnectAction> FaultTable::strikeConnection()
+std::optional<ConnectPlan> FaultTable::strikeConnection()
 {
     const std::lock_guard lock(mutex_);
     for (Fault& fault : faults_)
-        if (isForConnection(fault) && consume(fault)) return std::get<fault::OnConnect>(fault.effect).action;
+        if (isForConnection(fault) && consume(fault))
+            return ConnectPlan{std::get<fault::OnConnect>(fault.effect).action, releaseCheck()};
     return {};
+}
+
+std::function<bool()> FaultTable::releaseCheck() const
+{
+    return [this, number = struck_] {
+        const std::lock_guard lock(mutex_);
+        return released_ >= number;
+    };
+}
+
+void FaultTable::releaseStalls()
+{
+    const std::lock_guard lock(mutex_);
+    released_ = struck_;
 }
 
 std::size_t FaultTable::struck() const

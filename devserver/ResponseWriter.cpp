@@ -48,9 +48,9 @@ void forEachPiece(const Response& response, std::uint64_t limit, Use use)
 
 } // namespace
 
-void stall(Transport& transport)
+void stall(Transport& transport, const std::function<bool()>& released)
 {
-    transport.waitForEnd(std::nullopt);
+    transport.stall(released);
     throw ConnectionLost("stalled");
 }
 
@@ -61,7 +61,7 @@ bool ResponseWriter::write(Response& response, bool keepAlive)
     std::string text = plan_.rawHeader ? *plan_.rawHeader : head(response, close);
     if (plan_.stall && plan_.stall->place == fault::StallPlace::InResponseHeader) {
         transport_.write(std::string_view(text).substr(0, text.find("\r\n") + 6));
-        stall(transport_);
+        stall(transport_, plan_.released);
     }
     if (response.lengthOnly || hasNoBody(response.status))
         transport_.write(text);
@@ -133,7 +133,7 @@ void ResponseWriter::writeBody(const Response& response, std::string head)
         forEachPiece(response, limit, [&](std::string_view piece) { send(piece); });
     }
     if (plan_.endless) writeEndless();
-    if (stalls) stall(transport_);
+    if (stalls) stall(transport_, plan_.released);
     if (plan_.cutResponse) throw ConnectionLost("cut");
 }
 

@@ -44,7 +44,7 @@ private:
     std::function<void(std::uint64_t)> onBodyBytes_;
 };
 
-// Goes quiet until the peer has gone or the connection is aborted; then throws ConnectionLost.
-[[noreturn]] void stall(Transport& transport);
+// Goes quiet until the peer has gone or the stall is released; then throws ConnectionLost.
+[[noreturn]] void stall(Transport& transport, const std::function<bool()>& released);
 
 } // namespace devserver

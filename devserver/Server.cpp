@@ -184,6 +184,7 @@ bool Server::waitForFaults(std::size_t count, std::chrono::seconds limit) const
 
 void Server::releaseStalls()
 {
+    impl_->faults.releaseStalls();
     impl_->abortWhere([](const Transport& transport) { return transport.isStalled(); });
 }
 

@@ -41,7 +41,7 @@ public:
     std::size_t faultsStruck() const;
     // Waits until that many have; false when the limit passed before.
     bool waitForFaults(std::size_t count, std::chrono::seconds limit = std::chrono::seconds(30)) const;
-    // Ends the stalls that are under way: their connections close.
+    // Ends the stalls of the faults that have struck: their connections close.
     void releaseStalls();
 
     // A copy of the records, oldest first, without the requests to the control endpoint.

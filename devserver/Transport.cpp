@@ -5,13 +5,18 @@
 
 namespace devserver {
 
-bool Transport::waitForEnd(std::optional<std::chrono::milliseconds> limit)
+bool Transport::waitForEnd(std::chrono::milliseconds limit)
 {
-    stalled_ = !limit;
     pollfd watched{descriptor_, POLLRDHUP, 0};
-    const int found = poll(&watched, 1, limit ? static_cast<int>(limit->count()) : -1);
+    return poll(&watched, 1, static_cast<int>(limit.count())) != 0;
+}
+
+// Whoever releases says so first and then aborts what is stalled: one of the two is seen here.
+void Transport::stall(const std::function<bool()>& released)
+{
+    stalled_ = true;
+    if (!released()) waitForEnd(std::chrono::milliseconds(-1));
     stalled_ = false;
-    return found != 0;
 }
 
 void Transport::abort()

@@ -2,8 +2,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <mutex>
-#include <optional>
 #include <span>
 #include <string_view>
 
@@ -24,10 +24,12 @@ public:
     virtual void finish() = 0;
 
     // Waits until the peer has gone or abort() was called, at most that long. True when it was so.
-    bool waitForEnd(std::optional<std::chrono::milliseconds> limit);
+    bool waitForEnd(std::chrono::milliseconds limit);
+    // Waits for the same without limit, but not when `released` says that there is nothing to wait for.
+    void stall(const std::function<bool()>& released);
     // Ends every operation under way and to come. From any thread.
     void abort();
-    // Whether a waitForEnd() without limit is under way. From any thread.
+    // Whether a stall() is under way. From any thread.
     bool isStalled() const { return stalled_; }
 
 protected:
