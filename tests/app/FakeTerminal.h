@@ -16,7 +16,11 @@ public:
     bool showsColours() const override { return colours; }
     std::size_t columns() const override { return 80; }
     std::optional<std::string> readLine() override { return next(lines); }
-    std::optional<std::string> readSecret() override { return next(secrets); }
+    std::optional<std::string> readSecret(const std::function<void()>& showPrompt) override
+    {
+        showPrompt();
+        return next(secrets);
+    }
     Wait waitForReturn(std::chrono::milliseconds limit) override
     {
         waits.push_back(limit);

@@ -32,7 +32,8 @@ Checked<std::string> passwordFromSource(const ConfigurationOptions& options, Ter
     if (options.passwordSource == PasswordSource::file)
         password = passwordFromFile(options.passwordFile);
     else
-        password = terminal.isInteractive() ? terminal.readSecret().value_or("") : terminal.readLine().value_or("");
+        password =
+            terminal.isInteractive() ? terminal.readSecret([] {}).value_or("") : terminal.readLine().value_or("");
     if (password && password->empty())
         return tl::unexpected(std::string("the source of the password has no text on its first line"));
     return password;
@@ -40,8 +41,7 @@ Checked<std::string> passwordFromSource(const ConfigurationOptions& options, Ter
 
 std::optional<std::string> askSecret(Console& console, Terminal& terminal, const std::string& question)
 {
-    console.prompt(question);
-    auto answer = terminal.readSecret();
+    auto answer = terminal.readSecret([&] { console.prompt(question); });
     console.endPrompt(true);
     return answer;
 }

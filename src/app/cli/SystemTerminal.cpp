@@ -116,9 +116,10 @@ std::optional<std::string> SystemTerminal::readLine()
     }
 }
 
-std::optional<std::string> SystemTerminal::readSecret()
+std::optional<std::string> SystemTerminal::readSecret(const std::function<void()>& showPrompt)
 {
     switchEchoOff();
+    showPrompt();
     auto secret = readLine();
     restoreEcho();
     return secret;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -24,8 +25,8 @@ public:
 
     /// A line without its end; nothing at the end of input and on a cancellation.
     virtual std::optional<std::string> readLine() = 0;
-    /// The same without showing what is typed.
-    virtual std::optional<std::string> readSecret() = 0;
+    /// The same without showing what is typed; calls `showPrompt` once nothing is shown any more.
+    virtual std::optional<std::string> readSecret(const std::function<void()>& showPrompt) = 0;
 
     enum class Wait
     {
@@ -48,7 +49,7 @@ public:
     bool showsColours() const override;
     std::size_t columns() const override;
     std::optional<std::string> readLine() override;
-    std::optional<std::string> readSecret() override;
+    std::optional<std::string> readSecret(const std::function<void()>& showPrompt) override;
     Wait waitForReturn(std::chrono::milliseconds limit) override;
 
     /// Gives the terminal its echo back, for a process that ends in the middle of readSecret(). Any thread.
