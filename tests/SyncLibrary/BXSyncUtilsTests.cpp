@@ -92,6 +92,15 @@ TEST(BXSyncUtilsTest, SuspendMarkHoldsUntilTheFileChanges)
     EXPECT_FALSE(BXSyncUtils::isSuspendedFile(tree.path("none")));
 }
 
+TEST(BXSyncUtilsTest, MessagesLoseThePlaceholdersThatNothingFills)
+{
+    const auto filled = BXSyncUtils::localizeAndReplacementMessage("FILEDELETE_ERROR_CONFIRM", "TidemarkResource",
+                                                                   {{"filename", "a ${x}b"}});
+    EXPECT_NE(filled.find("a b"), std::string::npos) << filled;
+    EXPECT_EQ(filled.find("${"), std::string::npos) << filled;
+    EXPECT_EQ(BXSyncUtils::localizeAndReplacementMessage("no such key", {{"a", "b"}}), "");
+}
+
 TEST(BXSyncUtilsTest, UrlTexts)
 {
     EXPECT_EQ(BXSyncUtils::stringByDecodingURLFormat("a+b%2Bc"), "a b+c");

@@ -48,7 +48,7 @@ public:
     void watchDidFail(const DirectoryWatchFailure& failure) override
     {
         const std::lock_guard lock(mutex_);
-        failures.push_back(failure);
+        failures_.push_back(failure);
     }
 
     void holdUp()
@@ -76,13 +76,18 @@ public:
         return std::exchange(paths_, {});
     }
 
-    std::vector<DirectoryWatchFailure> failures;
+    std::vector<DirectoryWatchFailure> failures()
+    {
+        const std::lock_guard lock(mutex_);
+        return failures_;
+    }
 
 private:
     const std::string root_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::set<std::string> paths_;
+    std::vector<DirectoryWatchFailure> failures_;
     bool holdUp_ = false;
     bool blocked_ = false;
 };
@@ -219,17 +224,17 @@ TEST_F(DirectoryWatchTest, GoneRootIsAFailureToldOnce)
 {
     std::filesystem::rename(tree.path("docs/sub"), outside.path("sub"));
     reported();
-    EXPECT_THAT(recorder.failures, IsEmpty());
+    EXPECT_THAT(recorder.failures(), IsEmpty());
     tree.remove("");
     reported();
-    ASSERT_EQ(recorder.failures.size(), 1U);
-    EXPECT_EQ(recorder.failures[0].kind, DirectoryWatchFailure::Kind::rootGone);
+    ASSERT_EQ(recorder.failures().size(), 1U);
+    EXPECT_EQ(recorder.failures()[0].kind, DirectoryWatchFailure::Kind::rootGone);
     EXPECT_EQ(service.watchCount(), 0U);
 
     Recorder missing(tree.root());
     const DirectoryWatch none(service, tree.root(), missing);
-    ASSERT_EQ(missing.failures.size(), 1U);
-    EXPECT_EQ(missing.failures[0].kind, DirectoryWatchFailure::Kind::rootGone);
+    ASSERT_EQ(missing.failures().size(), 1U);
+    EXPECT_EQ(missing.failures()[0].kind, DirectoryWatchFailure::Kind::rootGone);
 }
 
 TEST(DirectoryWatchLimitTest, TellsTheNumberNeededOnceAndKeepsOtherTreesWatched)
@@ -242,14 +247,15 @@ TEST(DirectoryWatchLimitTest, TellsTheNumberNeededOnceAndKeepsOtherTreesWatched)
     const DirectoryWatch firstWatch(service, first.root(), firstRecorder);
     const DirectoryWatch secondWatch(service, second.root(), secondRecorder);
     EXPECT_EQ(service.watchCount(), 5U);
-    second.makeFolder("c/d/e");
+    const TempTree outside({{"d/e/f", folder()}});
+    std::filesystem::rename(outside.path("d"), second.path("c/d"));
     service.drain();
-    second.makeFolder("c/d/e/f");
+    second.makeFolder("c/d/g");
     service.drain();
-    ASSERT_EQ(secondRecorder.failures.size(), 1U);
-    EXPECT_EQ(secondRecorder.failures[0].kind, DirectoryWatchFailure::Kind::limitReached);
-    EXPECT_EQ(secondRecorder.failures[0].neededWatches, 7U);
-    EXPECT_THAT(secondRecorder.failures[0].text, testing::HasSubstr("max_user_watches"));
+    ASSERT_EQ(secondRecorder.failures().size(), 1U);
+    EXPECT_EQ(secondRecorder.failures()[0].kind, DirectoryWatchFailure::Kind::limitReached);
+    EXPECT_EQ(secondRecorder.failures()[0].neededWatches, 8U);
+    EXPECT_THAT(secondRecorder.failures()[0].text, testing::HasSubstr("max_user_watches"));
     EXPECT_EQ(service.watchCount(), 3U);
     first.write("a/b/x", "1");
     service.drain();
