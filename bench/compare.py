@@ -1,0 +1,170 @@
+#!/usr/bin/env python3
+"""The comparisons of bench/run.sh: every figure of ours stands beside another program's from the same run."""
+
+import argparse
+import os
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parent))
+from apache import Apache  # noqa: E402
+from measure import row, run  # noqa: E402
+
+FOLDERS, FILES_PER_FOLDER, FILE_SIZE = 100, 100, 4096
+BIG = 1 << 30
+PROPPATCH = ('<?xml version="1.0" ?><D:propertyupdate xmlns:D="DAV:" xmlns:Z="http://www.marlock.example/ns/webdav">'
+             '<D:set><D:prop><Z:SyncDate>Sun, 15 Nov 2026 10:00:00 +0000</Z:SyncDate></D:prop></D:set>'
+             '</D:propertyupdate>')
+
+
+class Bench:
+    """What every comparison needs: the programs, a temporary folder, the sizes."""
+
+    def __init__(self, build, folder, quick):
+        self.build = build
+        self.tidemark = build / "src" / "tidemark"
+        self.folder = folder
+        self.folders = FOLDERS // 10 if quick else FOLDERS
+        self.big = BIG // 10 if quick else BIG
+
+    def configure(self, name, server_url, local, *options):
+        subprocess.run([self.tidemark, "config", "create", name, "--url", server_url, "--local", local,
+                        "--config-dir", self.folder / "config", "--on-conflict", "upload",
+                        "--on-server-delete", "delete", "--on-local-delete", "delete", *options],
+                       check=True, stdout=subprocess.DEVNULL)
+
+    def sync(self, name):
+        return run([self.tidemark, "sync", name, "--quiet", "--config-dir", self.folder / "config"])
+
+    def rclone(self, url, *arguments):
+        return run(["rclone", *arguments, "--webdav-url", url, "--webdav-vendor", "other"],
+                   env={**os.environ, "RCLONE_CONFIG": "/dev/null"})
+
+    def curl(self, entries):
+        """One curl process, one connection, the requests in order."""
+        config = self.folder / "curl.config"
+        common = "silent\nshow-error\nfail\n"
+        config.write_text("\nnext\n".join(common + entry for entry in entries) + "\n")
+        return run(["curl", "-K", config])
+
+
+def files_of(tree):
+    return sorted(p for p in tree.rglob("*") if p.is_file())
+
+
+def make_tree(root, folders):
+    content = os.urandom(FILE_SIZE)
+    for f in range(folders):
+        folder = root / f"folder {f:03d}"
+        folder.mkdir(parents=True)
+        for n in range(FILES_PER_FOLDER):
+            (folder / f"file {n:03d}.bin").write_bytes(content)
+    return root
+
+
+def make_big_file(path, size):
+    with open(path, "wb") as out:
+        for _ in range(size >> 20):
+            out.write(os.urandom(1 << 20))
+
+
+def escaped(path):
+    return str(path).replace(" ", "%20")
+
+
+def curl_up(url, tree):
+    body = PROPPATCH.replace('"', '\\"')
+    for folder in sorted(p for p in tree.iterdir() if p.is_dir()):
+        yield f'url = "{url}{escaped(folder.name)}/"\nrequest = "MKCOL"\noutput = "/dev/null"'
+    for path in files_of(tree):
+        target = url + escaped(path.relative_to(tree))
+        yield f'url = "{target}"\nupload-file = "{path}"\noutput = "/dev/null"'
+        yield f'url = "{target}"\nrequest = "PROPPATCH"\ndata = "{body}"\noutput = "/dev/null"'
+
+
+def curl_down(url, tree, target):
+    for path in files_of(tree):
+        name = path.relative_to(tree)
+        yield f'create-dirs\nurl = "{url}{escaped(name)}"\noutput = "{target / name}"'
+
+
+def many_files(bench):
+    tree = make_tree(bench.folder / "many", bench.folders)
+    count = bench.folders * FILES_PER_FOLDER
+    server = Apache(bench.folder / "server")
+    try:
+        ours = server.collection("ours")
+        curls = server.collection("curls")
+        rclones = server.collection("rclones")
+
+        bench.configure("up", ours, tree)
+        up = bench.sync("up")
+        row(f"{count} files up", up, bench.curl(curl_up(curls, tree)), "curl", 1.3)
+        row(f"{count} files up", up, bench.rclone(rclones, "sync", str(tree), ":webdav:"), "rclone")
+
+        quiet = bench.sync("up")
+        row("nothing changed", quiet, bench.rclone(rclones, "sync", str(tree), ":webdav:"), "rclone", 0.5)
+
+        target = bench.folder / "down"
+        for name in ("ours", "curl", "rclone"):
+            (target / name).mkdir(parents=True)
+        bench.configure("down", ours, target / "ours")
+        down = bench.sync("down")
+        row(f"{count} files down", down, bench.curl(curl_down(ours, tree, target / "curl")), "curl", 1.5)
+        row(f"{count} files down", down, bench.rclone(ours, "sync", ":webdav:", str(target / "rclone")), "rclone")
+
+        peak = max(up.megabytes, quiet.megabytes, down.megabytes)
+        print(f"peak memory of tidemark {peak:.1f} MB{'  reached' if peak < 40 else '  MISSED, goal 40'}", flush=True)
+    finally:
+        server.stop()
+
+
+def big_file(bench):
+    server = Apache(bench.folder / "server")
+    source, target = bench.folder / "big-up", bench.folder / "big-down"
+    source.mkdir()
+    target.mkdir()
+    make_big_file(source / "big.bin", bench.big)
+    size = f"one file of {bench.big >> 20} MiB"
+    try:
+        ours, theirs = server.collection("ours"), server.collection("theirs")
+        bench.configure("big-up", ours, source)
+        up = bench.sync("big-up")
+        row(f"{size} up", up, bench.curl(
+            [f'url = "{theirs}big.bin"\nupload-file = "{source}/big.bin"\noutput = "/dev/null"']), "curl", 1.1)
+        bench.configure("big-down", ours, target)
+        down = bench.sync("big-down")
+        row(f"{size} down", down, bench.curl([f'url = "{ours}big.bin"\noutput = "{bench.folder}/curl.bin"']),
+            "curl", 1.1)
+    finally:
+        server.stop()
+
+
+def micro(bench):
+    subprocess.run([bench.build / "bench" / "bench_micro"], check=True)
+
+
+BENCHES = {"micro": [micro], "sync": [many_files, big_file]}
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--build", type=Path, required=True)
+    parser.add_argument("--quick", action="store_true")
+    parser.add_argument("names", nargs="*")
+    arguments = parser.parse_args()
+    unknown = set(arguments.names) - set(BENCHES)
+    if unknown:
+        parser.error(f"no such benchmark: {', '.join(sorted(unknown))} (there are {', '.join(BENCHES)})")
+    for name in arguments.names or BENCHES:
+        for bench in BENCHES[name]:
+            with tempfile.TemporaryDirectory(prefix="tidemark-bench-") as folder:
+                path = Path(folder)
+                path.chmod(0o755)
+                bench(Bench(arguments.build.resolve(), path, arguments.quick))
+
+
+if __name__ == "__main__":
+    main()
