@@ -37,13 +37,14 @@ struct NamedThread::State
     }
 };
 
-NamedThread::NamedThread(std::string name, std::function<void()> work)
+NamedThread::NamedThread(std::string name, std::function<void()> work, std::function<void()> ended)
     : state_(std::make_shared<State>()),
-      thread_([state = state_, name = std::move(name), work = std::move(work)]() mutable {
+      thread_([state = state_, name = std::move(name), work = std::move(work), ended = std::move(ended)]() mutable {
           nameCurrentThread(name);
           work();
           work = nullptr; // what the work holds is gone before the thread counts as finished
           state->finish();
+          if (ended) ended();
       })
 {
 }

@@ -13,7 +13,8 @@ class NamedThread
 {
 public:
     /// The name is shown by debuggers (cut to 15 bytes there) and by currentThreadName().
-    NamedThread(std::string name, std::function<void()> work);
+    /// `ended` is called on the thread once isFinished() answers true, to wake whoever waits by other means.
+    NamedThread(std::string name, std::function<void()> work, std::function<void()> ended = {});
     ~NamedThread();
     NamedThread(const NamedThread&) = delete;
     NamedThread& operator=(const NamedThread&) = delete;
