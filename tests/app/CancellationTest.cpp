@@ -45,8 +45,12 @@ TEST(Interrupts, FirstAndLaterSignalsAreToldApart)
 {
     std::promise<void> first;
     std::promise<void> second;
+    std::promise<void> hangUp;
     {
-        const Interrupts interrupts([&] { first.set_value(); }, [&] { second.set_value(); });
+        const Interrupts interrupts([&] { first.set_value(); }, [&] { second.set_value(); },
+                                    [&] { hangUp.set_value(); });
+        std::raise(SIGHUP);
+        ASSERT_EQ(hangUp.get_future().wait_for(30s), std::future_status::ready);
         std::raise(SIGINT);
         ASSERT_EQ(first.get_future().wait_for(30s), std::future_status::ready);
         std::raise(SIGTERM);

@@ -54,6 +54,27 @@ bool Cancellation::waitFor(std::chrono::milliseconds limit) const
     }
 }
 
+void Cancellation::hangUp()
+{
+    {
+        std::lock_guard lock(mutex_);
+        if (hangUpHandler_) return hangUpHandler_();
+    }
+    request();
+}
+
+Cancellation::HangUpHandler::HangUpHandler(Cancellation& owner, std::function<void()> handler) : owner_(owner)
+{
+    std::lock_guard lock(owner_.mutex_);
+    owner_.hangUpHandler_ = std::move(handler);
+}
+
+Cancellation::HangUpHandler::~HangUpHandler()
+{
+    std::lock_guard lock(owner_.mutex_);
+    owner_.hangUpHandler_ = nullptr;
+}
+
 Cancellation::Handler::Handler(Cancellation& owner, std::function<void()> handler) : owner_(owner)
 {
     std::lock_guard lock(owner_.mutex_);

@@ -39,12 +39,29 @@ public:
         std::function<void()> outer_;
     };
 
+    /// Calls the hang-up handler in force; without one it is a request().
+    void hangUp();
+
+    /// What a hang-up does while this object lives.
+    class HangUpHandler
+    {
+    public:
+        HangUpHandler(Cancellation& owner, std::function<void()> handler);
+        ~HangUpHandler();
+        HangUpHandler(const HangUpHandler&) = delete;
+        HangUpHandler& operator=(const HangUpHandler&) = delete;
+
+    private:
+        Cancellation& owner_;
+    };
+
 private:
     int readEnd_ = -1;
     int writeEnd_ = -1;
-    mutable std::mutex mutex_; // guards the two below
+    mutable std::mutex mutex_; // guards the three below
     bool requested_ = false;
     std::function<void()> handler_;
+    std::function<void()> hangUpHandler_;
 };
 
 } // namespace tidemark::cli

@@ -53,6 +53,11 @@ private:
     void addConfigCommands();
     void addConfigNameCommands(CLI::App& config);
     void addRunCommands();
+    void addServiceCommands();
+    void addMaintenanceCommands();
+    void addScheduleCommands(CLI::App& config);
+    void addAnswerOptions(CLI::App& command, std::optional<DeleteAnswer>& onDelete,
+                          std::optional<ConflictAnswer>& onConflict);
     void addSettingsCommands();
     void addConfigurationOptions(CLI::App& command, ConfigurationOptions& options);
     void addPolicyOptions(CLI::App& command, ConfigurationOptions& options);
@@ -74,6 +79,12 @@ private:
     ConfigCheck check_;
     Sync sync_;
     List list_;
+    Serve serve_;
+    ShowStatus status_;
+    Maintain maintain_;
+    ScheduleAdd scheduleAdd_;
+    ScheduleList scheduleList_;
+    ScheduleRemove scheduleRemove_;
     SettingsList settingsList_;
     SettingsGet settingsGet_;
     SettingsSet settingsSet_;
@@ -89,6 +100,8 @@ Parser::Parser()
     addGlobalOptions();
     addConfigCommands();
     addRunCommands();
+    addServiceCommands();
+    addMaintenanceCommands();
     addSettingsCommands();
 }
 
@@ -156,6 +169,8 @@ void Parser::addConfigNameCommands(CLI::App& config)
     remove.add_option("NAME", delete_.name, "Name of the configuration")->required();
     remove.add_flag("-y,--yes", delete_.yes, "Do not ask on a terminal");
 
+    addScheduleCommands(config);
+
     auto& check = add(config, "check", "Sign in and look whether the server folder can be used", check_);
     check.add_option("NAME", check_.name, "Name of the configuration")->required();
 }
@@ -187,6 +202,12 @@ void Parser::addConfigurationOptions(CLI::App& command, ConfigurationOptions& op
     command.add_option("--log-days", options.logDays, "How many daily log files are kept")
         ->check(CLI::Range(1, mostLogDays))
         ->option_text("N");
+    command
+        .add_option_function<std::string>(
+            "--autosync", [&options](const std::string& word) { options.autosync = word == "yes"; },
+            "Sync by itself when something in the local folder changes, while a service runs")
+        ->check(CLI::IsMember(Words{"yes", "no"}))
+        ->option_text("yes|no");
     command.add_flag_callback(
         "--disable", [&options] { options.enabled = false; }, "Take no part in runs without names");
 }
@@ -204,22 +225,79 @@ void Parser::addPolicyOptions(CLI::App& command, ConfigurationOptions& options)
         ->option_text("confirm|delete|download|none");
 }
 
+void Parser::addAnswerOptions(CLI::App& command, std::optional<DeleteAnswer>& onDelete,
+                              std::optional<ConflictAnswer>& onConflict)
+{
+    command
+        .add_option_function<std::string>(
+            "--on-delete", [&onDelete](const std::string& word) { onDelete = deleteAnswers.at(word); },
+            "Answer to the question what to do with a deletion")
+        ->check(CLI::IsMember(Words{"cancel", "restore", "delete", "nothing"}))
+        ->option_text("cancel|restore|delete|nothing");
+    command
+        .add_option_function<std::string>(
+            "--on-conflict", [&onConflict](const std::string& word) { onConflict = conflictAnswers.at(word); },
+            "Answer to the question what to do with a conflict")
+        ->check(CLI::IsMember(Words{"cancel", "recent", "upload", "download"}))
+        ->option_text("cancel|recent|upload|download");
+}
+
+void Parser::addServiceCommands()
+{
+    auto& serve = add(app_, "run", "Serve: watch, keep schedules and sync until told to end", serve_);
+    addAnswerOptions(serve, serve_.onDelete, serve_.onConflict);
+    addFooter(serve, helptexts::serviceFooter);
+
+    auto& status = add(app_, "status", "Show what a running service does", status_);
+    status.add_flag("--json", status_.json, "Write one JSON object");
+}
+
+void Parser::addMaintenanceCommands()
+{
+    using Operation = BXSyncMaintenanceMenu::Operation;
+    const auto addOne = [this](const char* name, const char* description, Operation operation) {
+        auto* command = app_.add_subcommand(name, description);
+        command->callback([this, operation] {
+            maintain_.operation = operation;
+            chosen_ = maintain_;
+        });
+        command->add_option("NAME", maintain_.names, "Configurations; every enabled one unless given")
+            ->option_text("[NAME ...]");
+        command->add_flag("-y,--yes", maintain_.yes, "Do not ask");
+        command->footer(helptexts::everywhere);
+    };
+    addOne("reset", "Forget the sync state; no file is touched", Operation::syncReset);
+    addOne("download-all", "Empty the local folder and download everything", Operation::downloadAll);
+    addOne("upload-all", "Empty the server folder and upload everything", Operation::uploadAll);
+}
+
+void Parser::addScheduleCommands(CLI::App& config)
+{
+    auto& schedule = *config.add_subcommand("schedule", "The timetable of a configuration");
+    schedule.add_option("NAME", scheduleAdd_.name, "Name of the configuration")->required();
+    schedule.require_subcommand(1);
+    auto& adding = add(schedule, "add", "Add a schedule", scheduleAdd_);
+    adding.add_option("SCHEDULE", scheduleAdd_.schedule, "\"mon 9:00\", \"daily 18:30\" or \"hourly :15\"")->required();
+    auto& listing = add(schedule, "list", "List the schedules with their numbers", scheduleList_);
+    listing.callback([this] {
+        scheduleList_.name = scheduleAdd_.name;
+        chosen_ = scheduleList_;
+    });
+    auto& removing = add(schedule, "remove", "Remove a schedule", scheduleRemove_);
+    removing.add_option("N", scheduleRemove_.number, "Its number in the list")->required();
+    removing.callback([this] {
+        scheduleRemove_.name = scheduleAdd_.name;
+        chosen_ = scheduleRemove_;
+    });
+}
+
 void Parser::addRunCommands()
 {
     auto& sync = add(app_, "sync", "Bring both sides of configurations in step", sync_);
     sync.add_option("NAME", sync_.names, "Configurations; every enabled one, oldest first, unless given")
         ->option_text("[NAME ...]");
     sync.add_flag("--skip-errors", sync_.skipErrors, "Go on after a file that failed, without asking");
-    sync.add_option_function<std::string>(
-            "--on-delete", [this](const std::string& word) { sync_.onDelete = deleteAnswers.at(word); },
-            "Answer to the question what to do with a deletion")
-        ->check(CLI::IsMember(Words{"cancel", "restore", "delete", "nothing"}))
-        ->option_text("cancel|restore|delete|nothing");
-    sync.add_option_function<std::string>(
-            "--on-conflict", [this](const std::string& word) { sync_.onConflict = conflictAnswers.at(word); },
-            "Answer to the question what to do with a conflict")
-        ->check(CLI::IsMember(Words{"cancel", "recent", "upload", "download"}))
-        ->option_text("cancel|recent|upload|download");
+    addAnswerOptions(sync, sync_.onDelete, sync_.onConflict);
     sync.add_flag("--json", sync_.json, "Write one JSON object");
     addFooter(sync, helptexts::exitStatuses);
     addFooter(sync, helptexts::syncFooter);

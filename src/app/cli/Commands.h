@@ -5,6 +5,7 @@
 #include <variant>
 #include <vector>
 
+#include "app/BXSyncMaintenanceMenu.h"
 #include "app/cli/Console.h"
 
 /// What a command line asks for, one type per command.
@@ -32,6 +33,7 @@ struct ConfigurationOptions
     std::optional<std::string> logDirectory;
     std::optional<int> logDays;
     std::optional<bool> enabled;
+    std::optional<bool> autosync;
 };
 
 struct ConfigCreate
@@ -107,6 +109,47 @@ struct List
     bool json = false;
 };
 
+/// "run"
+struct Serve
+{
+    std::optional<DeleteAnswer> onDelete;
+    std::optional<ConflictAnswer> onConflict;
+};
+
+/// "status"
+struct ShowStatus
+{
+    bool json = false;
+};
+
+/// "reset", "download-all", "upload-all"
+struct Maintain
+{
+    BXSyncMaintenanceMenu::Operation operation = BXSyncMaintenanceMenu::Operation::syncReset;
+    /// Empty: every enabled configuration.
+    std::vector<std::string> names;
+    /// Do not ask.
+    bool yes = false;
+};
+
+struct ScheduleAdd
+{
+    std::string name;
+    std::string schedule;
+};
+
+struct ScheduleList
+{
+    std::string name;
+};
+
+struct ScheduleRemove
+{
+    std::string name;
+    /// As "list" counts, from 1.
+    int number = 0;
+};
+
 struct SettingsList
 {
 };
@@ -128,7 +171,8 @@ struct SettingsUnset
 };
 
 using Command = std::variant<ConfigCreate, ConfigList, ConfigShow, ConfigSet, ConfigRename, ConfigDelete, ConfigCheck,
-                             Sync, List, SettingsList, SettingsGet, SettingsSet, SettingsUnset>;
+                             Sync, List, Serve, ShowStatus, Maintain, ScheduleAdd, ScheduleList, ScheduleRemove,
+                             SettingsList, SettingsGet, SettingsSet, SettingsUnset>;
 
 struct GlobalOptions
 {

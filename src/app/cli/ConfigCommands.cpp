@@ -9,6 +9,7 @@
 #include "app/cli/JsonOutput.h"
 #include "app/cli/NamedConfigurations.h"
 #include "app/cli/RunLocking.h"
+#include "app/cli/ScheduleText.h"
 #include "app/cli/Secrets.h"
 #include "app/cli/Terminal.h"
 #include "config/BXSyncConfigManager.h"
@@ -81,6 +82,9 @@ void show(const BXSyncConf& conf, CommandContext& context)
 {
     showLine(context, "name", conf.name());
     showLine(context, "enabled", conf.enable() ? "yes" : "no");
+    showLine(context, "autosync", conf.autosync() ? "yes" : "no");
+    for (const auto& schedule : conf.syncSchedules())
+        showLine(context, "schedule", scheduleText(schedule));
     showLine(context, "url", conf.serverURL());
     showLine(context, "local", conf.localPath());
     showLine(context, "mode", std::string(modeWord(conf.mode())));

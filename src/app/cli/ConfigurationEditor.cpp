@@ -119,6 +119,7 @@ Checked<void> applyOptions(const ConfigurationOptions& options, BXSyncConf& conf
     if (checked->logDirectory) conf.setSyncLogPath(*checked->logDirectory);
     if (options.logDays) conf.setLogKeepDays(*options.logDays);
     if (options.enabled) conf.setEnable(*options.enabled);
+    if (options.autosync) conf.setAutosync(*options.autosync);
     return {};
 }
 

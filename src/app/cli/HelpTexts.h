@@ -43,6 +43,11 @@ its interval and is tried again.
 
 The first Ctrl-C cancels the run cleanly, the second ends the program at once.)";
 
+inline constexpr const char* serviceFooter =
+    R"(SIGTERM or Ctrl-C ends the service, after a last sync where BXSYNC_SYNC_ON_EXIT is set; a second
+one ends it at once. SIGHUP loads the configurations again. Nobody is asked: --on-delete and
+--on-conflict answer, and a run that needs another answer is cancelled.)";
+
 inline constexpr const char* settingsFooter = R"(Settings:
   BXSYNC_HTTP_OPTIONS_CONNECTION_TIMEOUT   seconds a sign-in may take (10)
   BXSYNC_HTTP_PROPFIND_CONNECTION_TIMEOUT  seconds the listing of a folder may take (20)
@@ -50,8 +55,8 @@ inline constexpr const char* settingsFooter = R"(Settings:
   BXSYNC_HTTP_RECONNECTION                 try a failed request again (yes)
   BXSYNC_HTTP_RECONNECTION_INTERVAL        seconds between tries (10)
   BXSYNC_HTTP_RECONNECTION_LIMIT           how often a request is tried again (3)
-  BXSYNC_SYNC_ON_STARTUP                   the desktop application syncs when it starts (no)
-  BXSYNC_SYNC_ON_EXIT                      the desktop application syncs before it ends (no)
+  BXSYNC_SYNC_ON_STARTUP                   sync everything when the service or desktop starts (no)
+  BXSYNC_SYNC_ON_EXIT                      sync everything before it ends (no)
   BXSYNC_HIDE_PROGRESS_DIALOG              the desktop application shows no progress window (no))";
 
 } // namespace tidemark::cli::helptexts

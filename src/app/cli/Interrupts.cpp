@@ -14,15 +14,16 @@ namespace {
 
 constexpr std::array handledSignals{SIGINT, SIGTERM, SIGHUP};
 constexpr char signalByte = 's';
+constexpr char hangUpByte = 'h';
 constexpr char endByte = 'e';
 
 volatile std::sig_atomic_t pipeForHandler = -1;
 
-extern "C" void reportSignal(int)
+extern "C" void reportSignal(int signal)
 {
     const int savedError = errno;
     // A full pipe already holds more signals than anybody counts.
-    [[maybe_unused]] const auto written = ::write(pipeForHandler, &signalByte, 1);
+    [[maybe_unused]] const auto written = ::write(pipeForHandler, signal == SIGHUP ? &hangUpByte : &signalByte, 1);
     errno = savedError;
 }
 
@@ -35,6 +36,7 @@ struct Interrupts::State
     std::array<struct sigaction, handledSignals.size()> previous{};
     std::function<void()> first;
     std::function<void()> second;
+    std::function<void()> hangUp;
     std::thread thread;
 
     void openPipe();
@@ -82,15 +84,21 @@ void Interrupts::State::serve()
         const auto got = ::read(readEnd, &byte, 1);
         if (got < 0 && errno == EINTR) continue;
         if (got != 1 || byte == endByte) return;
+        if (byte == hangUpByte) {
+            hangUp();
+            continue;
+        }
         (seenOne ? second : first)();
         seenOne = true;
     }
 }
 
-Interrupts::Interrupts(std::function<void()> first, std::function<void()> second) : state_(std::make_unique<State>())
+Interrupts::Interrupts(std::function<void()> first, std::function<void()> second, std::function<void()> hangUp)
+    : state_(std::make_unique<State>())
 {
     state_->first = std::move(first);
     state_->second = std::move(second);
+    state_->hangUp = std::move(hangUp);
     state_->openPipe();
     state_->install();
     state_->thread = std::thread([state = state_.get()] { state->serve(); });

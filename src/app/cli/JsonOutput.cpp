@@ -1,5 +1,7 @@
 #include "app/cli/JsonOutput.h"
 
+#include "app/cli/ScheduleText.h"
+
 #include <nlohmann/json.hpp>
 
 #include "app/cli/ConfigurationWords.h"
@@ -48,12 +50,22 @@ Json outcomeValue(const Outcome& outcome)
     return Json{{"name", outcome.name}, {"status", statusWord(outcome.status)}, {"items", std::move(items)}};
 }
 
+Json schedulesJson(const BXSyncConf& conf)
+{
+    auto list = Json::array();
+    for (const auto& schedule : conf.syncSchedules())
+        list.push_back(scheduleText(schedule));
+    return list;
+}
+
 Json configurationValue(const BXSyncConf& conf)
 {
     const auto& info = *conf.info();
     const auto created = conf.creationDate();
     return Json{{"name", conf.name()},
                 {"enabled", conf.enable()},
+                {"autosync", conf.autosync()},
+                {"schedules", schedulesJson(conf)},
                 {"url", conf.serverURL()},
                 {"local", conf.localPath()},
                 {"mode", modeWord(conf.mode())},

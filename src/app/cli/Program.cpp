@@ -10,42 +10,61 @@
 #include "app/cli/ConfigCommands.h"
 #include "app/cli/ConfigurationInput.h"
 #include "app/cli/Console.h"
+#include "app/cli/MaintenanceCommand.h"
 #include "app/cli/RunCommands.h"
+#include "app/cli/ScheduleCommands.h"
+#include "app/cli/ServiceCommands.h"
 #include "app/cli/SettingsCommands.h"
 #include "app/cli/Terminal.h"
 #include "config/BXSyncConfigManager.h"
 #include "config/BXSyncGlobalConf.h"
 #include "platform/Places.h"
+#include "platform/Unicode.h"
 #include "security/BXSyncPasswordManager.h"
 
 namespace tidemark::cli {
 
 namespace {
 
-/// What the engine's helpers have to say, said on standard error.
+/// What the engine's helpers have to say, said on standard error. A question is asked on a terminal; elsewhere, and
+/// without an answer, the first choice counts, which changes nothing.
 class ConsoleAlerts : public AlertPresenter
 {
 public:
-    explicit ConsoleAlerts(Console& console) : console_(console) {}
+    ConsoleAlerts(Console& console, Terminal& terminal) : console_(console), terminal_(terminal) {}
     int showAlert(const Alert& alert) override
     {
-        console_.error(alert.message);
+        if (alert.choices.size() < 2 || !terminal_.isInteractive()) {
+            console_.error(alert.message);
+            return 0;
+        }
+        console_.question(alert.message);
+        std::string choices;
+        for (std::size_t i = 0; i < alert.choices.size(); ++i)
+            choices += std::to_string(i + 1) + " " + alert.choices[i] + "  ";
+        console_.prompt(choices + "[1] ");
+        const auto answer = terminal_.readLine();
+        console_.endPrompt(!answer);
+        for (std::size_t i = 0; answer && i < alert.choices.size(); ++i)
+            if (*answer == std::to_string(i + 1) || caseFold(*answer) == caseFold(alert.choices[i]))
+                return static_cast<int>(i);
         return 0;
     }
     std::optional<std::string> selectDirectory(const std::string&, const std::string&) override { return std::nullopt; }
 
 private:
     Console& console_;
+    Terminal& terminal_;
 };
 
 /// The engine's seams to a front end, in place while this object lives.
 class EngineSetup
 {
 public:
-    explicit EngineSetup(Console& console)
+    EngineSetup(Console& console, Terminal& terminal)
     {
         BXSyncConf::setPasswordDelegate(&passwords_);
-        BXTidemarkUtils::setAlertPresenter(std::make_shared<ConsoleAlerts>(console));
+        BXTidemarkUtils::setAlertPresenter(std::make_shared<ConsoleAlerts>(console, terminal));
         LogFacade::setObserver([&console](LogLevel level, std::string_view text) {
             if (level == LogLevel::error)
                 console.error(text);
@@ -119,7 +138,7 @@ ExitStatus runProgram(std::vector<std::string> arguments, ProgramWorld& world)
         if (!folder) return answer({ExitStatus::usage, {}, "--config-dir: " + folder.error()}, world, console);
         Places::setRoot(*folder);
     }
-    const EngineSetup setup(console);
+    const EngineSetup setup(console, world.terminal);
     CommandContext context{console, world.terminal, world.cancellation, world.clock, workingDirectory};
     return dispatchSafely(line.command, context);
 }

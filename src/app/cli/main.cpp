@@ -27,7 +27,7 @@ int main(int argc, char** argv)
     std::signal(SIGPIPE, SIG_IGN);
     MainThread::adopt();
     cli::Cancellation cancellation;
-    const cli::Interrupts interrupts([&] { cancellation.request(); }, endAtOnce);
+    const cli::Interrupts interrupts([&] { cancellation.request(); }, endAtOnce, [&] { cancellation.hangUp(); });
     cli::SystemTerminal terminal(cancellation);
     cli::ProgramWorld world{std::cout, std::cerr, terminal, cancellation, Clock::system()};
     return static_cast<int>(cli::runProgram({argv + 1, argv + argc}, world));

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/FrontEnd.h"
+#include "app/WaitingTasks.h"
+#include "config/BXSyncConf.h"
+
+namespace tidemark {
+
+class BXSyncConfigManager;
+class BXSyncTopMenu;
+
+/// The destructive operations over configurations: forget the sync state, make the local side a copy of the server,
+/// make the server side a copy of the local folder. Each asks first and is refused while a sequence runs. Main thread.
+class BXSyncMaintenanceMenu
+{
+public:
+    enum class Operation
+    {
+        syncReset,
+        downloadAll,
+        uploadAll
+    };
+    enum class Outcome
+    {
+        done,
+        refused,
+        declined,
+        stopped
+    };
+
+    /// All outlive the menu.
+    BXSyncMaintenanceMenu(BXSyncTopMenu& topMenu, BXSyncConfigManager& store, FrontEnd& frontEnd);
+
+    /// Keys of the items' titles, in order.
+    static std::vector<std::string> itemKeys();
+    static std::string titleKey(Operation operation);
+
+    /// Over every enabled configuration.
+    Outcome syncReset();
+    Outcome downloadAll();
+    Outcome uploadAll();
+
+    /// The same over the configurations `names`; `confirmed` leaves the question out.
+    Outcome execute(Operation operation, const std::vector<std::string>& names, bool confirmed);
+
+private:
+    bool refusedOrDeclined(Operation operation, bool confirmed, Outcome& outcome);
+    std::vector<std::shared_ptr<BXSyncConf>> configurations(const std::vector<std::string>& names) const;
+    Outcome reset(const std::vector<std::string>& names);
+    Outcome download(const std::vector<std::string>& names);
+    Outcome upload(const std::vector<std::string>& names);
+    /// Removes the sync-info file while no run uses it; false when that is not possible.
+    static bool forgetState(const BXSyncConf& conf);
+    static bool emptyLocalFolder(const std::string& localPath);
+    /// False when the person, or a failure, stops the operation.
+    bool serverFileDelete(const std::shared_ptr<BXSyncConf>& conf);
+
+    BXSyncTopMenu& topMenu_;
+    BXSyncConfigManager& store_;
+    FrontEnd& frontEnd_;
+};
+
+} // namespace tidemark

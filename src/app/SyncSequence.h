@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "app/BXSyncProgressModel.h"
+#include "app/FrontEnd.h"
+#include "app/SequenceRun.h"
+#include "app/WaitingTasks.h"
+
+namespace tidemark {
+
+class BXSyncConfigManager;
+
+/// The body of the sync thread: runs tasks strictly one after another, and those that join meanwhile.
+class SyncSequence
+{
+public:
+    struct Outside
+    {
+        BXSyncConfigManager& store;
+        BXSyncProgressModel& progress;
+        FrontEnd& frontEnd;
+        WaitingTasks& waiting;
+        SequenceRunMaker makeRun;
+    };
+
+    SyncSequence(Outside outside, TaskList tasks) : outside_(std::move(outside)), tasks_(std::move(tasks)) {}
+
+    /// Returns when the last task has ended. An exception inside a task ends the sequence with an alert.
+    void run();
+
+private:
+    void runTasks();
+    /// Takes the waiting tasks over, unless the sequence was cancelled.
+    void checkAddingSyncTask();
+    /// False after a task that ends the application.
+    bool runOperation(BXSyncTask& task);
+    void runSync(BXSyncTask& task, std::size_t index);
+    void showPosition(const BXSyncTask& task, std::size_t index);
+    SequenceOutcome loginAndRun(BXSyncTask& task, SequenceRun& run);
+    bool askForLogin(const BXSyncTask& task, BXSyncConf& conf, LoginReason reason);
+    void dropWatchedChanges(const BXSyncTask& task);
+
+    Outside outside_;
+    TaskList tasks_;
+};
+
+} // namespace tidemark

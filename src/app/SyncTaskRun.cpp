@@ -1,0 +1,114 @@
+#include "app/SyncTaskRun.h"
+
+#include <optional>
+
+#include "SyncLibrary/BXSyncAutoSyncManager.h"
+#include "SyncLibrary/BXSyncManager.h"
+#include "config/BXSyncConfigManager.h"
+#include "config/BXSyncGlobalConf.h"
+#include "config/BXSyncTask.h"
+#include "platform/RunLoop.h"
+
+namespace tidemark {
+
+namespace {
+
+std::unique_ptr<BXSyncManager> makeManager(const BXSyncTask& task, const SyncTaskRun::Outside& outside)
+{
+    constexpr bool errorskip = false;
+    BXSyncManager::Surroundings surroundings{
+        outside.store.fileWatcher(task.name), [&settings = outside.settings] {
+            return BXSyncReconnectRule{settings.reconnect(), settings.reconnectLimit(), settings.reconnectInterval()};
+        }};
+    if (task.autoSync) return std::make_unique<BXSyncAutoSyncManager>(task.conf, errorskip, std::move(surroundings));
+    return std::make_unique<BXSyncManager>(task.conf, errorskip, std::move(surroundings));
+}
+
+} // namespace
+
+class SyncTaskRun::Meter final : public BXSyncTransferMeter
+{
+public:
+    explicit Meter(const BXSyncManager& manager) : manager_(manager) {}
+    std::int64_t sentSize() const override { return manager_.sentSize(); }
+    std::int64_t transSize() const override { return manager_.transSize(); }
+
+private:
+    const BXSyncManager& manager_;
+};
+
+SyncTaskRun::SyncTaskRun(const BXSyncTask& task, const Outside& outside)
+    : conf_(task.conf), listup_(task.listup), progress_(outside.progress), manager_(makeManager(task, outside)),
+      meter_(std::make_unique<Meter>(*manager_))
+{
+    manager_->setProgressDelegate(&progress_);
+    manager_->setConfirmDelegate(outside.confirmDelegate);
+    progress_.setTransferMeter(meter_.get());
+}
+
+SyncTaskRun::~SyncTaskRun()
+{
+    progress_.setTransferMeter(nullptr);
+}
+
+bool SyncTaskRun::login(const BXSyncConf::LoginHandler& handler)
+{
+    std::optional<bool> success;
+    conf_->login(
+        handler, [&success] { success = true; }, [&success](bool) { success = false; });
+    RunLoop::current()->runUntil([&success] { return success.has_value(); });
+    return *success && !isCancelled();
+}
+
+void SyncTaskRun::start()
+{
+    thread_ = listup_ ? manager_->startListup(false) : manager_->startSync();
+}
+
+bool SyncTaskRun::waitUntilFinished(std::chrono::nanoseconds step)
+{
+    return thread_->waitFor(step);
+}
+
+void SyncTaskRun::cancel()
+{
+    {
+        std::lock_guard lock(mutex_);
+        cancelled_ = true;
+    }
+    conf_->cancelRequests();
+    manager_->setCancelFlg(true);
+}
+
+bool SyncTaskRun::isCancelled() const
+{
+    std::lock_guard lock(mutex_);
+    return cancelled_ || manager_->cancelFlg();
+}
+
+SequenceOutcome SyncTaskRun::outcome() const
+{
+    switch (manager_->outcome()) {
+    case BXSyncRunOutcome::running:
+    case BXSyncRunOutcome::finished:
+        return SequenceOutcome::done;
+    case BXSyncRunOutcome::someItemsFailed:
+    case BXSyncRunOutcome::aborted:
+        return SequenceOutcome::someItemsFailed;
+    case BXSyncRunOutcome::listupFailed:
+    case BXSyncRunOutcome::connectionFailed:
+        return SequenceOutcome::listupFailed;
+    case BXSyncRunOutcome::cancelled:
+        return SequenceOutcome::cancelled;
+    case BXSyncRunOutcome::alreadyRunning:
+        return SequenceOutcome::refusedAlreadyRunning;
+    }
+    return SequenceOutcome::done;
+}
+
+std::vector<BXSyncFileDataInfo*> SyncTaskRun::modifiedItems() const
+{
+    return manager_->modifiedItems();
+}
+
+} // namespace tidemark
