@@ -122,6 +122,7 @@ std::optional<dates::Seconds> birthTime(const std::string& path)
 Status createFolders(const std::string& path, unsigned mode)
 {
     if (path.empty()) return posixFailure(ENOENT, path);
+    if (isFolder(path)) return {};
     for (std::size_t end = 0; end != std::string::npos;) {
         end = path.find('/', end + 1);
         auto folder = path.substr(0, end);

@@ -2,6 +2,7 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -42,10 +43,12 @@ plist_t nodeFrom(const PropertyList& value);
 
 plist_t dateNode(dates::Time time)
 {
-    auto since = time.time_since_epoch() - referenceDate;
-    auto seconds = std::chrono::floor<std::chrono::seconds>(since);
-    auto rest = std::chrono::duration_cast<std::chrono::microseconds>(since - seconds);
-    return plist_new_date(static_cast<std::int32_t>(seconds.count()), static_cast<std::int32_t>(rest.count()));
+    // The library counts in 32 bits, to 1932 and 2069.
+    using Limits = std::numeric_limits<std::int32_t>;
+    auto second = std::chrono::floor<std::chrono::seconds>(time.time_since_epoch());
+    auto rest = std::chrono::duration_cast<std::chrono::microseconds>(time.time_since_epoch() - second);
+    auto seconds = std::clamp<std::int64_t>((second - referenceDate).count(), Limits::min(), Limits::max());
+    return plist_new_date(static_cast<std::int32_t>(seconds), static_cast<std::int32_t>(rest.count()));
 }
 
 plist_t arrayNode(const PropertyList::Array& items)

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -132,12 +133,18 @@ TEST_F(FileSystemTest, ATreeIsRemovedWithoutFollowingLinks)
 
 TEST_F(FileSystemTest, ADeepTreeIsRemovedWithFewOpenFiles)
 {
-    constexpr int depth = 1900; // more levels than files may be open, as deep as a path may be
+    constexpr rlim_t openFiles = 64;
+    constexpr int depth = 200;
     std::string deep = "deep";
     for (int i = 0; i < depth; ++i)
         deep += "/d";
     ASSERT_TRUE(fs::createFolders(path(deep)));
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit few{openFiles, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
     EXPECT_TRUE(fs::removeTree(path("deep")));
+    ::setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_THAT(names(), UnorderedElementsAre());
 }
 

@@ -30,6 +30,16 @@ TEST(PropertyList, BothFormsKeepEveryType)
     EXPECT_EQ(PropertyList::parse(sample.toBinary()).value(), sample);
 }
 
+TEST(PropertyList, DatesBeyondTheFormatStopAtItsEnds)
+{
+    auto kept = [](const char* iso) {
+        auto list = PropertyList::parse(PropertyList(dates::parseIsoDate(iso).value()).toXml()).value();
+        return dates::formatIsoDate(*list.get<dates::Time>());
+    };
+    EXPECT_EQ(kept("2255-01-01T00:00:00Z"), "2069-01-19T03:14:07Z");
+    EXPECT_EQ(kept("1700-01-01T00:00:00Z"), "1932-12-13T20:45:52Z");
+}
+
 TEST(PropertyList, XmlOfOtherWritersIsRead)
 {
     auto list = PropertyList::parse("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
