@@ -72,7 +72,7 @@ bool BXSyncFileOperations::createServerFolder(const Item& item)
                                 "There is a file on the server in place of the folder. path:" + item.serverText),
                     item.name);
     run_.logger.info("Create folder: {}", item.serverText);
-    if (const auto made = run_.server.makeFolder(item.url); !made) return fail(item, made.error(), item.name);
+    if (const auto made = run_.server.makeFolder(item.pathname); !made) return fail(item, made.error(), item.name);
     run_.logger.info("Created folder: {}", item.serverText);
     return true;
 }
@@ -228,7 +228,7 @@ bool BXSyncFileOperations::restoreOnServer(const Item& item, bool isFolder)
 bool BXSyncFileOperations::restoreFolderOnServer(const Item& item)
 {
     run_.logger.info("Createing Folder: {}", item.serverText);
-    const auto made = run_.server.makeFolder(item.url);
+    const auto made = run_.server.makeFolder(item.pathname);
     if (made)
         run_.logger.info("Created Folder: {}", item.serverText);
     else

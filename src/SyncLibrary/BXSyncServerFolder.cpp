@@ -1,5 +1,8 @@
 #include "SyncLibrary/BXSyncServerFolder.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 #include "SyncLibrary/BXSyncRunReport.h"
 #include "davclient/ASWDCmdPropBase.h"
 #include "davclient/ASWDCmdSimple.h"
@@ -37,11 +40,20 @@ Result<Kind> kindOf(const ASWDCmd& command)
     return type && type->findFirstName("collection") ? Kind::folder : Kind::file;
 }
 
+/// The status, which is one of those that count as success.
 template <class Command>
-Status runSimple(BXSyncCommandRunning& runner, const BXSyncConf& conf, const Url& url, int success)
+Result<int> runSimple(BXSyncCommandRunning& runner, const BXSyncConf& conf, const Url& url,
+                      std::initializer_list<int> successes)
 {
-    const auto done = runner.davConnect([&] { return std::make_shared<Command>(url, conf.info()); },
-                                        [&](ASWDCmd&, int status) { return status == success; });
+    const auto done = runner.davConnect(
+        [&] { return std::make_shared<Command>(url, conf.info()); },
+        [&](ASWDCmd&, int status) { return std::ranges::find(successes, status) != successes.end(); });
+    if (!done) return failure(done.error());
+    return (*done)->statusCode();
+}
+
+Status withoutStatus(const Result<int>& done)
+{
     if (!done) return failure(done.error());
     return {};
 }
@@ -76,15 +88,30 @@ Result<BXSyncServerFolder::Kind> BXSyncServerFolder::probe(const Url& url, bool 
     return kindOf(**answer);
 }
 
-Status BXSyncServerFolder::makeFolder(const Url& url) const
+Status BXSyncServerFolder::makeFolder(const std::string& pathname) const
 {
-    return runSimple<ASWDCmdMkCol>(runner_, conf_, url.withTrailingSlash(), 201);
+    const auto url = urlOf(pathname).withTrailingSlash();
+    const auto made = runSimple<ASWDCmdMkCol>(runner_, conf_, url, {201, parentMissing});
+    if (!made || *made == 201) return withoutStatus(made);
+    if (auto parents = makeParents(pathname); !parents) return parents;
+    return withoutStatus(runSimple<ASWDCmdMkCol>(runner_, conf_, url, {201}));
+}
+
+Status BXSyncServerFolder::makeParents(const std::string& pathname) const
+{
+    const auto parent = pathname.substr(0, pathname.rfind('/'));
+    const auto kind = parent.empty() ? Result<Kind>(Kind::missing) : probe(urlOf(parent), true);
+    if (!kind) return failure(kind.error());
+    if (*kind == Kind::folder) return {};
+    if (*kind == Kind::missing && !parent.empty()) return makeFolder(parent);
+    return failure(engineError("SERVERFILE_OBSTRUCTED",
+                               "The folder is missing on the server. path:" + urlOf(parent).displayString()));
 }
 
 Status BXSyncServerFolder::remove(const Url& url, bool isFolder) const
 {
-    return runSimple<ASWDCmdDelete>(runner_, conf_, isFolder ? url.withTrailingSlash() : url.withoutTrailingSlash(),
-                                    204);
+    const auto form = isFolder ? url.withTrailingSlash() : url.withoutTrailingSlash();
+    return withoutStatus(runSimple<ASWDCmdDelete>(runner_, conf_, form, {204}));
 }
 
 Status BXSyncServerFolder::setProperties(const Url& url, const BXSyncUtils::PropertyMap& properties) const

@@ -28,7 +28,12 @@ public:
     Url urlOf(const std::string& pathname) const;
     /// Asks what the entry is; `folderExpected` asks in the form for folders.
     Result<Kind> probe(const Url& url, bool folderExpected) const;
-    Status makeFolder(const Url& url) const;
+    /// With the folders above, where the server says that they are missing.
+    Status makeFolder(const std::string& pathname) const;
+    /// The folders above an entry, after the server has refused the entry for want of them.
+    Status makeParents(const std::string& pathname) const;
+    /// How servers say that the folder above an entry is missing.
+    static constexpr int parentMissing = 409;
     /// A folder goes with all it holds.
     Status remove(const Url& url, bool isFolder) const;
     Status setProperties(const Url& url, const BXSyncUtils::PropertyMap& properties) const;

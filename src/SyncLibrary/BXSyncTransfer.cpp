@@ -5,6 +5,7 @@
 #include <regex>
 
 #include "SyncLibrary/BXSyncFileWatcher.h"
+#include "SyncLibrary/BXSyncStatusMessage.h"
 #include "davclient/ASWDCmdGet.h"
 #include "davclient/ASWDCmdUpload.h"
 #include "security/BXSyncAESInputStream.h"
@@ -34,7 +35,7 @@ private:
     bool wasOn_;
 };
 
-bool isSuccessfulUpload(ASWDCmd&, int status)
+bool isSuccessfulUpload(int status)
 {
     return status == 200 || status == 201 || status == 204;
 }
@@ -109,7 +110,7 @@ Result<BXSyncUpload> BXSyncTransfer::send(const std::string& pathname, const Url
     auto diskPath = run_.local.locate(pathname);
     if (!diskPath) return failure(std::move(diskPath.error()));
     Source source{std::move(*diskPath), {}, {}};
-    const auto stored = put(url, source);
+    const auto stored = store(pathname, url, source);
     if (!stored) return failure(source.error.value_or(stored.error()));
     const auto present = fs::attributes(source.diskPath);
     const bool unchanged = present && isSame(*present, source.sent);
@@ -120,7 +121,20 @@ Result<BXSyncUpload> BXSyncTransfer::send(const std::string& pathname, const Url
                         recordOfChangedFile(source.sent.modified, present ? present->modified : source.sent.modified)};
 }
 
-Result<std::shared_ptr<ASWDCmd>> BXSyncTransfer::put(const Url& url, Source& source)
+/// A folder that was deleted on the server, while files in it were changed here, is made again.
+Status BXSyncTransfer::store(const std::string& pathname, const Url& url, Source& source)
+{
+    auto stored = put(url, source);
+    if (stored && *stored == BXSyncServerFolder::parentMissing) {
+        if (auto made = run_.server.makeParents(pathname); !made) return made;
+        stored = put(url, source);
+    }
+    if (!stored) return failure(stored.error());
+    if (*stored != BXSyncServerFolder::parentMissing) return {};
+    return failure(BXSyncStatusMessage::refusal(*stored, false, url.absoluteString()));
+}
+
+Result<int> BXSyncTransfer::put(const Url& url, Source& source)
 {
     const auto factory = [&]() -> std::shared_ptr<ASWDCmd> {
         auto present = run_.local.readableFile(source.diskPath);
@@ -137,7 +151,11 @@ Result<std::shared_ptr<ASWDCmd>> BXSyncTransfer::put(const Url& url, Source& sou
         showCommand(command);
         return command;
     };
-    return run_.runner.davConnect(factory, isSuccessfulUpload);
+    const auto done = run_.runner.davConnect(factory, [](ASWDCmd&, int status) {
+        return isSuccessfulUpload(status) || status == BXSyncServerFolder::parentMissing;
+    });
+    if (!done) return failure(done.error());
+    return (*done)->statusCode();
 }
 
 void BXSyncTransfer::updateProperties(const Url& url, const Source& source)

@@ -36,7 +36,9 @@ private:
     struct Source;
     bool isUsableName(const std::string& pathname);
     Result<BXSyncUpload> send(const std::string& pathname, const Url& url);
-    Result<std::shared_ptr<ASWDCmd>> put(const Url& url, Source& source);
+    Status store(const std::string& pathname, const Url& url, Source& source);
+    /// The status: one of success, or the one of a missing folder.
+    Result<int> put(const Url& url, Source& source);
     void updateProperties(const Url& url, const Source& source);
 
     Status fetch(const std::string& pathname, const Url& url, const BXSyncFileDataInfo* serverRecord);
