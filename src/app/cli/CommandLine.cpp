@@ -53,6 +53,8 @@ private:
     void addConfigCommands();
     void addConfigNameCommands(CLI::App& config);
     void addRunCommands();
+    void addConnectionOptions(CLI::App& command, ConfigurationOptions& options);
+    void addIdentityCommands();
     void addServiceCommands();
     void addMaintenanceCommands();
     void addScheduleCommands(CLI::App& config);
@@ -79,6 +81,9 @@ private:
     ConfigCheck check_;
     Sync sync_;
     List list_;
+    IdentityImport identityImport_;
+    IdentityList identityList_;
+    IdentityRemove identityRemove_;
     Serve serve_;
     ShowStatus status_;
     Maintain maintain_;
@@ -100,6 +105,7 @@ Parser::Parser()
     addGlobalOptions();
     addConfigCommands();
     addRunCommands();
+    addIdentityCommands();
     addServiceCommands();
     addMaintenanceCommands();
     addSettingsCommands();
@@ -202,14 +208,37 @@ void Parser::addConfigurationOptions(CLI::App& command, ConfigurationOptions& op
     command.add_option("--log-days", options.logDays, "How many daily log files are kept")
         ->check(CLI::Range(1, mostLogDays))
         ->option_text("N");
-    command
-        .add_option_function<std::string>(
-            "--autosync", [&options](const std::string& word) { options.autosync = word == "yes"; },
-            "Sync by itself when something in the local folder changes, while a service runs")
-        ->check(CLI::IsMember(Words{"yes", "no"}))
-        ->option_text("yes|no");
+    addConnectionOptions(command, options);
     command.add_flag_callback(
         "--disable", [&options] { options.enabled = false; }, "Take no part in runs without names");
+}
+
+void Parser::addConnectionOptions(CLI::App& command, ConfigurationOptions& options)
+{
+    const auto yesOrNo = [](std::optional<bool>& target) {
+        return [&target](const std::string& word) { target = word == "yes"; };
+    };
+    command
+        .add_option_function<std::string>("--autosync", yesOrNo(options.autosync),
+                                          "Sync by itself when the local folder changes, while a service runs")
+        ->check(CLI::IsMember(Words{"yes", "no"}))
+        ->option_text("yes|no");
+    command.add_option("--identity", options.identity, "Client certificate, as \"identity list\" shows it")
+        ->option_text("ID|none");
+    command
+        .add_option_function<std::string>("--ignore-server-cert", yesOrNo(options.ignoreServerCert),
+                                          "Accept any certificate of the server: nobody can tell it from another then")
+        ->check(CLI::IsMember(Words{"yes", "no"}))
+        ->option_text("yes|no");
+    command.add_option("--proxy", options.proxy, "Proxy to go through")->option_text("HOST:PORT|none");
+    command.add_option("--proxy-user", options.proxyUser, "User to sign in to the proxy as; '' for none")
+        ->type_name("USER");
+    command.add_flag("--proxy-password-stdin", options.proxyPasswordFromInput,
+                     "Read the proxy's password from standard input, the line after the password where both are read");
+    auto* key = command.add_flag("--key-stdin", options.keyFromInput,
+                                 "Encrypt files on the server with a key, the last line read from standard input");
+    command.add_flag("--no-key", options.noKey, "Do not encrypt")->excludes(key);
+    command.add_flag("-y,--yes", options.yes, "Do not ask about a changed key");
 }
 
 void Parser::addPolicyOptions(CLI::App& command, ConfigurationOptions& options)
@@ -240,6 +269,21 @@ void Parser::addAnswerOptions(CLI::App& command, std::optional<DeleteAnswer>& on
             "Answer to the question what to do with a conflict")
         ->check(CLI::IsMember(Words{"cancel", "recent", "upload", "download"}))
         ->option_text("cancel|recent|upload|download");
+}
+
+void Parser::addIdentityCommands()
+{
+    auto& identity = *app_.add_subcommand("identity", "Client certificates with their keys");
+    identity.require_subcommand(1);
+    auto& import =
+        add(identity, "import", "Take a certificate with its key from a PKCS#12 or PEM file", identityImport_);
+    import
+        .add_option("FILE", identityImport_.file, "The file; its passphrase is asked for, or read from standard input")
+        ->required();
+    import.add_option("--label", identityImport_.label, "Name it is listed under");
+    add(identity, "list", "List label, issuer and expiry of each", identityList_);
+    auto& remove = add(identity, "remove", "Remove a certificate and its key", identityRemove_);
+    remove.add_option("ID", identityRemove_.identifier, "Its identifier in the list")->required();
 }
 
 void Parser::addServiceCommands()

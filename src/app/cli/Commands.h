@@ -34,6 +34,32 @@ struct ConfigurationOptions
     std::optional<int> logDays;
     std::optional<bool> enabled;
     std::optional<bool> autosync;
+    /// Identifier of a client identity; "none" for none.
+    std::optional<std::string> identity;
+    std::optional<bool> ignoreServerCert;
+    /// "HOST:PORT", or "none".
+    std::optional<std::string> proxy;
+    std::optional<std::string> proxyUser;
+    bool proxyPasswordFromInput = false;
+    bool keyFromInput = false;
+    bool noKey = false;
+    /// Do not ask about a key that is set or changed after the first sync.
+    bool yes = false;
+};
+
+struct IdentityImport
+{
+    std::string file;
+    std::string label;
+};
+
+struct IdentityList
+{
+};
+
+struct IdentityRemove
+{
+    std::string identifier;
 };
 
 struct ConfigCreate
@@ -170,9 +196,10 @@ struct SettingsUnset
     std::string key;
 };
 
-using Command = std::variant<ConfigCreate, ConfigList, ConfigShow, ConfigSet, ConfigRename, ConfigDelete, ConfigCheck,
-                             Sync, List, Serve, ShowStatus, Maintain, ScheduleAdd, ScheduleList, ScheduleRemove,
-                             SettingsList, SettingsGet, SettingsSet, SettingsUnset>;
+using Command =
+    std::variant<ConfigCreate, ConfigList, ConfigShow, ConfigSet, ConfigRename, ConfigDelete, ConfigCheck, Sync, List,
+                 IdentityImport, IdentityList, IdentityRemove, Serve, ShowStatus, Maintain, ScheduleAdd, ScheduleList,
+                 ScheduleRemove, SettingsList, SettingsGet, SettingsSet, SettingsUnset>;
 
 struct GlobalOptions
 {

@@ -78,6 +78,13 @@ std::string userText(const ASHttpConnectInfo& info)
     return info.username() + (info.password().empty() ? " (no password stored)" : " (password stored)");
 }
 
+std::string proxyText(const ASHttpConnectInfo& info)
+{
+    if (!info.isUseProxy()) return "-";
+    const auto user = info.isUseProxyAuthorization() ? info.proxyUsername() + " at " : std::string();
+    return user + info.proxyHost() + ":" + std::to_string(info.proxyPort().value_or(0));
+}
+
 void show(const BXSyncConf& conf, CommandContext& context)
 {
     showLine(context, "name", conf.name());
@@ -89,6 +96,10 @@ void show(const BXSyncConf& conf, CommandContext& context)
     showLine(context, "local", conf.localPath());
     showLine(context, "mode", std::string(modeWord(conf.mode())));
     showLine(context, "user", userText(*conf.info()));
+    showLine(context, "proxy", proxyText(*conf.info()));
+    showLine(context, "identity", conf.certificateId().empty() ? "-" : conf.certificateId());
+    showLine(context, "server-cert", conf.ignoreServerCert() ? "not checked" : "checked");
+    showLine(context, "encrypted", conf.encryptKey().empty() ? "no" : "yes");
     showLine(context, "on-conflict", conf.conflict());
     showLine(context, "on-server-delete", conf.serverDelete());
     showLine(context, "on-local-delete", conf.localDelete());

@@ -1,6 +1,7 @@
 #include "app/cli/ConfigurationEditor.h"
 
 #include "app/cli/ConfigurationWords.h"
+#include "app/cli/ConnectionEditor.h"
 #include "app/cli/Console.h"
 #include "app/cli/Secrets.h"
 #include "app/cli/Terminal.h"
@@ -18,6 +19,7 @@ struct CheckedOptions
     std::optional<std::string> local;
     std::optional<std::string> logDirectory;
     std::optional<std::string> password;
+    ConnectionChanges connection;
 };
 
 /// Puts the checked form of a given option where it belongs; the error passes through.
@@ -64,6 +66,13 @@ Checked<CheckedOptions> check(const ConfigurationOptions& options, const BXSyncC
     if (status && options.passwordSource != PasswordSource::none && !hasUser)
         status = tl::unexpected(std::string("a password needs --user"));
     if (status) status = checkPassword(options, context, checked);
+    if (status) {
+        auto connection = checkConnection(options, conf, context);
+        if (connection)
+            checked.connection = std::move(*connection);
+        else
+            status = tl::unexpected(connection.error());
+    }
     if (!status) return tl::unexpected(status.error());
     return checked;
 }
@@ -115,6 +124,7 @@ Checked<void> applyOptions(const ConfigurationOptions& options, BXSyncConf& conf
     if (!checked) return tl::unexpected(checked.error());
     applyFolders(*checked, conf);
     applyCredentials(options, *checked, *conf.info());
+    applyConnection(checked->connection, conf);
     applyPolicies(options, conf);
     if (checked->logDirectory) conf.setSyncLogPath(*checked->logDirectory);
     if (options.logDays) conf.setLogKeepDays(*options.logDays);

@@ -50,6 +50,14 @@ Json outcomeValue(const Outcome& outcome)
     return Json{{"name", outcome.name}, {"status", statusWord(outcome.status)}, {"items", std::move(items)}};
 }
 
+Json proxyJson(const ASHttpConnectInfo& info)
+{
+    if (!info.isUseProxy()) return nullptr;
+    return Json{{"host", info.proxyHost()},
+                {"port", info.proxyPort().value_or(0)},
+                {"user", info.isUseProxyAuthorization() ? Json(info.proxyUsername()) : Json(nullptr)}};
+}
+
 Json schedulesJson(const BXSyncConf& conf)
 {
     auto list = Json::array();
@@ -71,6 +79,10 @@ Json configurationValue(const BXSyncConf& conf)
                 {"mode", modeWord(conf.mode())},
                 {"user", info.isUseAuthorization() ? Json(info.username()) : Json(nullptr)},
                 {"hasPassword", info.isUseAuthorization() && !info.password().empty()},
+                {"proxy", proxyJson(info)},
+                {"identity", textOrNull(conf.certificateId())},
+                {"checksServerCertificate", !conf.ignoreServerCert()},
+                {"encrypted", !conf.encryptKey().empty()},
                 {"onConflict", conf.conflict()},
                 {"onServerDelete", conf.serverDelete()},
                 {"onLocalDelete", conf.localDelete()},

@@ -10,6 +10,7 @@
 #include "app/cli/ConfigCommands.h"
 #include "app/cli/ConfigurationInput.h"
 #include "app/cli/Console.h"
+#include "app/cli/IdentityCommands.h"
 #include "app/cli/MaintenanceCommand.h"
 #include "app/cli/RunCommands.h"
 #include "app/cli/ScheduleCommands.h"

@@ -28,15 +28,18 @@ Checked<std::string> passwordFromFile(const std::string& path)
 
 Checked<std::string> passwordFromSource(const ConfigurationOptions& options, Terminal& terminal)
 {
-    Checked<std::string> password;
-    if (options.passwordSource == PasswordSource::file)
-        password = passwordFromFile(options.passwordFile);
-    else
-        password =
-            terminal.isInteractive() ? terminal.readSecret([] {}).value_or("") : terminal.readLine().value_or("");
+    if (options.passwordSource != PasswordSource::file) return secretFromInput(terminal, "the password");
+    const auto password = passwordFromFile(options.passwordFile);
     if (password && password->empty())
         return tl::unexpected(std::string("the source of the password has no text on its first line"));
     return password;
+}
+
+Checked<std::string> secretFromInput(Terminal& terminal, const std::string& what)
+{
+    const auto line = terminal.isInteractive() ? terminal.readSecret([] {}) : terminal.readLine();
+    if (!line || line->empty()) return tl::unexpected("standard input has no line with " + what);
+    return *line;
 }
 
 std::optional<std::string> askSecret(Console& console, Terminal& terminal, const std::string& question)
