@@ -235,7 +235,7 @@ bool BXSyncManager::inspectServer()
         inspector->setCancel(cancelFlg());
     }
     const auto changes = readSyncInfo(*inspector) ? inspector->checkSyncInfo(conf_->serverURL(), false) : -1;
-    if (inspector->cancel()) {
+    if (inspector->cancel() || cancelFlg()) {
         erroronlistup_ = true;
         listupOutcome_ = BXSyncRunOutcome::cancelled;
         logger_->info("Cancelled Checking Update Files.");
