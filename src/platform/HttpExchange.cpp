@@ -116,6 +116,7 @@ Status HttpStream::Exchange::start()
 {
     if (auto setUp = setUpEasy(easy_, request_, lists_); !setUp) return setUp;
     setCallbacks();
+    curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, onNewConnection_ ? 1L : 0L);
     errorText_[0] = 0;
     tunnelling_ = false;
     if (loop_->transfers().add(easy_, shared_from_this())) return {};
@@ -267,6 +268,7 @@ void HttpStream::Exchange::transferDidFinish(int curlCode)
     if (curl_easy_getinfo(easy_, CURLINFO_SIZE_UPLOAD_T, &sent) == CURLE_OK)
         sentBodyBytes_ = static_cast<std::uint64_t>(sent);
     if (curlCode == CURLE_OK && redirect_) return followRedirect();
+    if (connectionWasGone(curlCode)) return sendAgain();
 
     giveEasyBack();
     if (curlCode == CURLE_OK) return endWithResponse();
@@ -288,6 +290,27 @@ void HttpStream::Exchange::followRedirect()
     request_.url = *std::exchange(redirect_, std::nullopt);
     ++redirects_;
     redirectBody_ = 0;
+    restart();
+}
+
+/// Whether the other side had given up a kept connection before the whole request was out, so that it cannot have
+/// acted on it. libcurl itself sees to the case where the request was out and no answer came.
+bool HttpStream::Exchange::connectionWasGone(int curlCode) const
+{
+    long newConnections = 1;
+    curl_easy_getinfo(easy_, CURLINFO_NUM_CONNECTS, &newConnections);
+    return curlCode == CURLE_SEND_ERROR && newConnections == 0 && !onNewConnection_ && !ownFailure_ && client_ &&
+           !reader_.isComplete();
+}
+
+void HttpStream::Exchange::sendAgain()
+{
+    onNewConnection_ = true;
+    restart();
+}
+
+void HttpStream::Exchange::restart()
+{
     Status started = rewindBody() ? start() : failure("HttpStream", 0, ownFailure_->text);
     if (started) return;
     giveEasyBack();

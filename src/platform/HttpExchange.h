@@ -46,6 +46,9 @@ private:
     bool deliverHead(const HttpResponseHead& head);
     bool deliverBytes(std::span<const std::byte> bytes);
     void followRedirect();
+    bool connectionWasGone(int curlCode) const;
+    void sendAgain();
+    void restart();
     void endWithResponse();
     void endWithTunnelAnswer();
     void fail(HttpStreamError error);
@@ -70,6 +73,8 @@ private:
     std::optional<Url> redirect_;
     std::size_t redirectBody_ = 0;
     int redirects_ = 0;
+    /// The request has been sent again because a kept connection was gone.
+    bool onNewConnection_ = false;
     std::uint64_t bodyRead_ = 0;
     std::atomic<std::uint64_t> sentBodyBytes_ = 0;
     /// Why a callback ended the transfer.
