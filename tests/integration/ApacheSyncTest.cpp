@@ -5,8 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SyncedClient.h"
-#include "Wire.h"
+#include "ApacheFolder.h"
 
 namespace tidemark::testing {
 
@@ -257,9 +256,9 @@ class ApacheSync : public ::testing::TestWithParam<SignIn>
 protected:
     void check(const Row& row, const std::string& name);
     void checkRows(SyncMode mode);
-    void checkRecord(const Row& row, SyncedClient& client);
+    void checkRecord(const Row& row, ApacheClient& client);
     /// Nothing is transferred, and each folder is listed once.
-    void checkQuietRun(SyncedClient& client, const ServerFolder& onServer);
+    void checkQuietRun(ApacheClient& client, const ServerFolder& onServer);
 
     ApacheServer server_{{.signIn = GetParam()}};
 };
@@ -267,21 +266,23 @@ protected:
 void ApacheSync::check(const Row& row, const std::string& name)
 {
     const ServerFolder onServer(server_, name);
-    SyncedClient client(server_, onServer.path());
-    client.local().make(baseTree);
-    ASSERT_EQ(client.run().outcome, finished);
-    apply(row.change, client.local(), onServer);
+    ApacheClient client(server_, onServer.path());
+    client.local.make(baseTree);
+    ASSERT_EQ(client.sync(), finished);
+    apply(row.change, client.local, onServer);
 
-    client.conf().setMode(row.mode);
-    client.conf().setConflict(row.policy);
-    client.conf().setServerDelete(row.policy);
-    client.conf().setLocalDelete(row.policy);
-    FixedAnswer answer(row.answer);
+    client.conf->setMode(row.mode);
+    client.conf->setConflict(row.policy);
+    client.conf->setServerDelete(row.policy);
+    client.conf->setLocalDelete(row.policy);
+    client.asks = row.answer != nobody;
+    for (const char* question : {"FILE_CONFILCT", "DELETE_SERVER", "DELETE_LOCAL"})
+        client.delegate.answers[question] = {row.answer, false};
     server_.clearRequests();
-    EXPECT_EQ(client.run(row.answer == nobody ? nullptr : &answer).outcome, row.outcome);
+    EXPECT_EQ(client.sync(), row.outcome);
 
     EXPECT_EQ(workOf(server_.requests()), row.work);
-    EXPECT_EQ(client.local().read(), treeWith(pathOf(row.change), row.onDisk));
+    EXPECT_EQ(client.local.read(), treeWith(pathOf(row.change), row.onDisk));
     EXPECT_EQ(onServer.tree(), treeWith(pathOf(row.change), row.onServer));
     checkRecord(row, client);
     if (row.quiet) checkQuietRun(client, onServer);
@@ -299,33 +300,32 @@ void ApacheSync::checkRows(SyncMode mode)
     }
 }
 
-void ApacheSync::checkRecord(const Row& row, SyncedClient& client)
+void ApacheSync::checkRecord(const Row& row, ApacheClient& client)
 {
     const std::string path = pathOf(row.change);
-    const std::map<std::string, double> records = client.records();
+    const std::map<std::string, double> records = client.syncInfo();
     EXPECT_TRUE(records.contains("/keep"));
     const auto found = records.find("/" + path);
     ASSERT_EQ(found != records.end(), row.record != Record::none);
     if (found == records.end()) return;
-    const double expected = row.record == Record::base ? baseTime : client.local().time(path);
+    const double expected = row.record == Record::base ? baseTime : client.local.time(path);
     EXPECT_NEAR(found->second, expected, 1);
 }
 
-void ApacheSync::checkQuietRun(SyncedClient& client, const ServerFolder& onServer)
+void ApacheSync::checkQuietRun(ApacheClient& client, const ServerFolder& onServer)
 {
-    const auto records = client.records();
+    const auto records = client.syncInfo();
     server_.clearRequests();
-    FixedAnswer unasked(3);
-    const SyncRun run = client.run(&unasked);
-    EXPECT_EQ(run.outcome, finished);
-    EXPECT_THAT(run.items, ::testing::IsEmpty());
-    EXPECT_THAT(unasked.questions(), ::testing::IsEmpty());
+    client.delegate.asked.clear();
+    EXPECT_EQ(client.sync(), finished);
+    EXPECT_THAT(client.items(), ::testing::IsEmpty());
+    EXPECT_THAT(client.delegate.keys(), ::testing::IsEmpty());
     const auto requests = server_.requests();
-    const std::size_t listings = client.conf().mode() == uploadOnly ? 0 : countFolders(onServer.tree());
+    const std::size_t listings = client.conf->mode() == uploadOnly ? 0 : countFolders(onServer.tree());
     EXPECT_EQ(countMethod(requests, "OPTIONS"), 1U);
     EXPECT_EQ(countMethod(requests, "PROPFIND"), listings);
     EXPECT_EQ(requests.size(), 1 + listings) << ::testing::PrintToString(requests);
-    EXPECT_EQ(client.records(), records);
+    EXPECT_EQ(client.syncInfo(), records);
 }
 
 } // namespace
@@ -348,61 +348,51 @@ TEST_P(ApacheSync, EveryChangeWithEveryPolicyDownwards)
 TEST_P(ApacheSync, WhatOneClientDoesArrivesAtTheOther)
 {
     const ServerFolder onServer(server_, "shared");
-    SyncedClient anna(server_, onServer.path()), ben(server_, onServer.path());
-    const auto exchange = [&](SyncedClient& from, SyncedClient& to) {
-        EXPECT_EQ(from.run().outcome, finished);
-        EXPECT_EQ(to.run().outcome, finished);
-        EXPECT_EQ(onServer.tree(), from.local().read());
-        EXPECT_EQ(to.local().read(true), from.local().read(true));
+    ApacheClient anna(server_, onServer.path()), ben(server_, onServer.path());
+    const auto exchange = [&](ApacheClient& from, ApacheClient& to) {
+        EXPECT_EQ(from.sync(), finished);
+        EXPECT_EQ(to.sync(), finished);
+        EXPECT_EQ(onServer.tree(), from.local.read());
+        EXPECT_EQ(to.local.read(true), from.local.read(true));
         checkQuietRun(from, onServer);
         checkQuietRun(to, onServer);
     };
-    anna.local().make({{"a b+c%.txt", file("a long text", baseTime)},
-                       {"100% +/\u00fcber/\u65e5\u672c;?#&", file("deep", baseTime)},
-                       {"empty", file("", baseTime)},
-                       {"no files", folder()}});
+    anna.local.make({{"a b+c%.txt", file("a long text", baseTime)},
+                     {"100% +/\u00fcber/\u65e5\u672c;?#&", file("deep", baseTime)},
+                     {"empty", file("", baseTime)},
+                     {"no files", folder()}});
     exchange(anna, ben);
-    ben.local().make(
+    ben.local.make(
         {{"a b+c%.txt", file("short", earlier)}, {"empty", file("filled", earlier)}, {"new/x", file("x", earlier)}});
-    ben.local().remove("no files");
+    ben.local.remove("no files");
     exchange(ben, anna);
-    anna.local().remove("100% +");
-    anna.local().move("new", "moved");
+    anna.local.remove("100% +");
+    anna.local.move("new", "moved");
     exchange(anna, ben);
-    anna.local().write("a b+c%.txt", "of anna", later);
-    ben.local().write("new again", "of ben", later);
-    EXPECT_EQ(anna.run().outcome, finished);
+    anna.local.write("a b+c%.txt", "of anna", later);
+    ben.local.write("new again", "of ben", later);
+    EXPECT_EQ(anna.sync(), finished);
     exchange(ben, anna);
-}
-
-TEST_P(ApacheSync, AWrongPasswordEndsBeforeAnythingIsTouched)
-{
-    const ServerFolder onServer(server_, "shared");
-    SyncedClient client(server_, onServer.path());
-    client.local().write("f", "content", baseTime);
-    client.conf().info()->setPassword("wrong");
-    EXPECT_EQ(client.run().outcome, BXSyncRunOutcome::connectionFailed);
-    EXPECT_TRUE(onServer.tree().empty());
 }
 
 TEST_P(ApacheSync, ManyFilesNeedOneConnectionAThread)
 {
     constexpr int count = 300;
     const ServerFolder onServer(server_, "many");
-    SyncedClient anna(server_, onServer.path()), ben(server_, onServer.path());
+    ApacheClient anna(server_, onServer.path()), ben(server_, onServer.path());
     for (int number = 0; number < count; ++number)
-        anna.local().write("f" + std::to_string(number), std::to_string(number), baseTime);
+        anna.local.write("f" + std::to_string(number), std::to_string(number), baseTime);
     // Of the sign-in, of the listing, of the run.
     constexpr std::size_t threads = 3;
-    for (SyncedClient* client : {&anna, &ben}) {
+    for (ApacheClient* client : {&anna, &ben}) {
         server_.clearRequests();
-        EXPECT_EQ(client->run().outcome, finished);
+        EXPECT_EQ(client->sync(), finished);
         const auto requests = server_.requests();
         EXPECT_GE(requests.size(), static_cast<std::size_t>(count));
         EXPECT_LE(countConnections(requests), threads);
         EXPECT_LE(countStatus(requests, 401), 1U);
     }
-    EXPECT_EQ(ben.local().read(true), anna.local().read(true));
+    EXPECT_EQ(ben.local.read(true), anna.local.read(true));
     checkQuietRun(anna, onServer);
 }
 

@@ -24,12 +24,17 @@ Url urlOf(const std::string& text)
     return Url::parse(text).value();
 }
 
+void copyCredentials(const ApacheServer& server, ASHttpConnectInfo& info)
+{
+    info.setIsUseAuthorization(server.options().signIn != SignIn::none);
+    info.setUsername(server.options().user);
+    info.setPassword(server.options().password);
+}
+
 std::shared_ptr<ASHttpConnectInfo> connectInfoFor(const ApacheServer& server)
 {
     auto info = std::make_shared<ASHttpConnectInfo>();
-    info->setIsUseAuthorization(server.options().signIn != SignIn::none);
-    info->setUsername(server.options().user);
-    info->setPassword(server.options().password);
+    copyCredentials(server, *info);
     return info;
 }
 

@@ -34,6 +34,7 @@ std::shared_ptr<Command> send(const std::string& url, const std::shared_ptr<ASHt
     return carryOut(std::make_shared<Command>(urlOf(url), info));
 }
 
+void copyCredentials(const ApacheServer& server, ASHttpConnectInfo& info);
 /// What a configuration has for `server`: its credentials.
 std::shared_ptr<ASHttpConnectInfo> connectInfoFor(const ApacheServer& server);
 template <class Proxy>
