@@ -17,8 +17,10 @@ endif()
 if(TIDEMARK_SANITIZE)
   target_compile_options(tidemark_options INTERFACE -fsanitize=${TIDEMARK_SANITIZE} -fno-sanitize-recover=undefined)
   target_link_options(tidemark_options INTERFACE -fsanitize=${TIDEMARK_SANITIZE})
-  # Boost.Asio has fences, which the thread sanitizer does not follow; that is no fault of ours.
-  target_compile_options(tidemark_options INTERFACE $<$<STREQUAL:${TIDEMARK_SANITIZE},thread>:-Wno-tsan>)
+  if(TIDEMARK_SANITIZE STREQUAL "thread")
+    # Boost.Asio has fences, which the thread sanitizer does not follow; that is no fault of ours.
+    target_compile_options(tidemark_options INTERFACE -Wno-tsan)
+  endif()
 endif()
 
 find_program(TIDEMARK_CCACHE ccache)
