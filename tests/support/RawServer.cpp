@@ -38,6 +38,14 @@ bool receiveInto(int socket, std::string& buffer, std::size_t atMost)
     return count > 0;
 }
 
+/// Ends a connection as the system does for a program that has ended with unread bytes.
+void reset(int socket)
+{
+    sockaddr nowhere{};
+    nowhere.sa_family = AF_UNSPEC;
+    ::connect(socket, &nowhere, sizeof nowhere);
+}
+
 bool sendAll(int socket, std::string_view bytes)
 {
     while (!bytes.empty()) {
@@ -117,6 +125,18 @@ void RawServer::permitBodyBytes(std::size_t bytes)
     changed_.notify_all();
 }
 
+void RawServer::hangUpOnBodies(int lastConnection)
+{
+    std::lock_guard lock(mutex_);
+    lastHungUp_ = lastConnection;
+}
+
+bool RawServer::hangsUpOnBody(int connection) const
+{
+    std::lock_guard lock(mutex_);
+    return connection <= lastHungUp_;
+}
+
 void RawServer::acceptConnections()
 {
     for (;;) {
@@ -145,6 +165,10 @@ void RawServer::serve(int socket, int connection)
         Request request{buffer.substr(0, end + 4), {}, connection};
         buffer.erase(0, end + 4);
         const std::string length = request.field("Content-Length");
+        if (!length.empty() && length != "0" && hangsUpOnBody(connection)) {
+            reset(socket);
+            return;
+        }
         if (!readBody(socket, buffer, length.empty() ? 0 : std::stoul(length))) return;
         request.body = std::exchange(buffer, {});
         {

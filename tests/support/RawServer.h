@@ -49,10 +49,13 @@ public:
     /// Request bodies are read only as far as permitBodyBytes() has allowed.
     void limitBodyReading();
     void permitBodyBytes(std::size_t bytes);
+    /// Connections up to that number end without an answer when a request with a body comes in on them.
+    void hangUpOnBodies(int lastConnection);
 
 private:
     void acceptConnections();
     void serve(int socket, int connection);
+    bool hangsUpOnBody(int connection) const;
     bool readBody(int socket, std::string& buffer, std::size_t length);
     std::size_t awaitPermit(std::size_t wanted);
 
@@ -66,6 +69,7 @@ private:
     std::vector<std::thread> servers_;
     std::vector<Request> requests_;
     bool limited_ = false;
+    int lastHungUp_ = -1;
     bool stopping_ = false;
     std::size_t permitted_ = 0;
     std::thread acceptor_;
