@@ -86,6 +86,13 @@ public:
     /// beyond the 100th name are dropped.
     void setCookie(const HttpHeader& responseHeader, const Url& forURL);
 
+    /// The certificate that a server showed and that was not accepted, last; null for none.
+    std::shared_ptr<const ServerCertificate> untrustedCertificate() const { return read(untrustedCertificate_); }
+    void setUntrustedCertificate(std::shared_ptr<const ServerCertificate> value)
+    {
+        write(untrustedCertificate_, std::move(value));
+    }
+
     /// Host, port, form and credentials (the latter when a scheme has been learnt); nothing without a proxy.
     std::optional<HttpProxy> proxy() const;
     /// Server credentials to send without being asked: scheme `none` until one has been learnt.
@@ -129,6 +136,7 @@ private:
     bool validatesSecureCertificate_ = true;
     std::shared_ptr<const ClientIdentityPem> clientCertificates_;
     std::string extraTrustFile_;
+    std::shared_ptr<const ServerCertificate> untrustedCertificate_;
     std::map<std::string, ASHttpCookie> myCookies_;
     StreamMaker streamMaker_;
     const std::shared_ptr<HttpSession> session_;

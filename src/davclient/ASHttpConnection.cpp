@@ -287,6 +287,7 @@ void ASHttpConnection::handleError()
     const HttpStreamError reason = streamError_.value_or(HttpStreamError{});
     Error error = connectionError(streamFailed, reason.text);
     addCertificateOutcome(error, reason.kind);
+    if (reason.serverCertificate) connectInfo_->setUntrustedCertificate(reason.serverCertificate);
     setErrorIfNone(std::move(error));
     if (delegate_) delegate_->interruptedConnection(*this);
 }

@@ -2,6 +2,8 @@
 
 #include <curl/curl.h>
 
+#include "platform/IdentityStoreDocument.h"
+
 namespace tidemark {
 
 namespace {
@@ -33,11 +35,21 @@ HttpStreamFailure kindOf(const HttpTransferEnd& end, const HttpTlsObservation& t
                                                     : HttpStreamFailure::other;
 }
 
+std::shared_ptr<const ServerCertificate> describe(const std::string& pem)
+{
+    const auto fields = IdentityStoreDocument::readCertificate(pem);
+    if (!fields) return nullptr;
+    return std::make_shared<ServerCertificate>(ServerCertificate{fields->subject, fields->issuerText, fields->validFrom,
+                                                                 fields->expires, fields->fingerprint});
+}
+
 } // namespace
 
 HttpStreamError classifyFailure(const HttpTransferEnd& end, const HttpTlsObservation& tls)
 {
-    HttpStreamError error{kindOf(end, tls), end.curlCode, end.text};
+    HttpStreamError error{kindOf(end, tls), end.curlCode, end.text, nullptr};
+    if (error.kind == HttpStreamFailure::serverCertificateUntrusted)
+        error.serverCertificate = describe(tls.serverCertificatePem());
     if (error.text.empty()) error.text = curl_easy_strerror(static_cast<CURLcode>(end.curlCode));
     return error;
 }

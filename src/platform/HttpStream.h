@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Dates.h"
 #include "platform/Result.h"
 #include "platform/Streams.h"
 #include "platform/Url.h"
@@ -98,12 +99,26 @@ enum class HttpStreamFailure
     headerTooLarge,
 };
 
+/// What a server's certificate says about itself.
+struct ServerCertificate
+{
+    /// "CN=…, O=…", most specific part first.
+    std::string subject;
+    std::string issuer;
+    dates::Time validFrom;
+    dates::Time validUntil;
+    /// SHA-256 in lower-case hexadecimal digits.
+    std::string fingerprint;
+};
+
 struct HttpStreamError
 {
     HttpStreamFailure kind = HttpStreamFailure::other;
     /// The library's own code and English text, for logs.
     int code = 0;
     std::string text;
+    /// With serverCertificateUntrusted, where the server showed one.
+    std::shared_ptr<const ServerCertificate> serverCertificate = nullptr;
 };
 
 struct HttpStreamRequest

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 
 namespace tidemark {
 
@@ -14,6 +15,11 @@ struct HttpTlsObservation
     std::atomic<bool> certificateRequested = false;
     /// The last alert that the server sent.
     std::atomic<int> alert = noAlert;
+    /// The server's own certificate (an X509*) as the last handshake showed it; null before. The stream's thread.
+    std::shared_ptr<void> serverCertificate;
+
+    /// PEM, "" where no certificate was shown.
+    std::string serverCertificatePem() const;
 };
 
 /// Has the connections of a TLS context (an SSL_CTX*, freshly made by libcurl) report to `observation`, which the

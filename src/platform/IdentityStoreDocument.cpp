@@ -238,9 +238,11 @@ std::optional<Fields> readCertificate(std::string_view pem)
     fields.issuer = entriesOf(X509_get_issuer_name(certificate.get()));
     const auto* subject = X509_get_subject_name(certificate.get());
     fields.subject = displayName(subject);
+    fields.issuerText = displayName(X509_get_issuer_name(certificate.get()));
     for (const auto& entry : entriesOf(subject))
         if (entry.oid == "2.5.4.3") fields.commonName = entry.value;
     fields.fingerprint = fingerprintOf(certificate.get());
+    fields.validFrom = timeOf(X509_get0_notBefore(certificate.get()));
     fields.expires = timeOf(X509_get0_notAfter(certificate.get()));
     return fields;
 }

@@ -26,9 +26,12 @@ struct Fields
     std::vector<IdentityStore::NameEntry> issuer;
     /// "CN=…, O=…", most specific part first.
     std::string subject;
+    /// In the same form.
+    std::string issuerText;
     std::string commonName;
     /// SHA-256 of the certificate in lower-case hexadecimal digits.
     std::string fingerprint;
+    dates::Time validFrom;
     dates::Time expires;
 };
 

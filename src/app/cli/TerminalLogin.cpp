@@ -98,9 +98,21 @@ bool TerminalLogin::askProxyCredentials(BXSyncConf& conf)
     return true;
 }
 
+void TerminalLogin::showCertificate(const ServerCertificate& certificate)
+{
+    constexpr const char* pattern = "yyyy/MM/dd HH:mm:ss";
+    auto& console = context_.console;
+    console.question("  subject      " + certificate.subject);
+    console.question("  issuer       " + certificate.issuer);
+    console.question("  valid        " + dates::formatLocal(certificate.validFrom, pattern) + " to " +
+                     dates::formatLocal(certificate.validUntil, pattern));
+    console.question("  SHA-256      " + certificate.fingerprint);
+}
+
 bool TerminalLogin::askTrust(BXSyncConf& conf)
 {
     context_.console.question(failure(conf));
+    if (const auto certificate = conf.info()->untrustedCertificate()) showCertificate(*certificate);
     const auto answer = askLine(context_.console, context_.terminal, "Trust it for this run all the same? [y/N]");
     if (!answer || (*answer != "y" && *answer != "Y" && *answer != "yes")) return false;
     conf.info()->setValidatesSecureCertificate(false);

@@ -26,6 +26,7 @@ private:
     bool askServerCredentials(BXSyncConf& conf);
     bool askProxyCredentials(BXSyncConf& conf);
     bool askTrust(BXSyncConf& conf);
+    void showCertificate(const ServerCertificate& certificate);
 
     CommandContext& context_;
     std::optional<LoginReason> reason_;
