@@ -105,7 +105,9 @@ std::string typeName(const std::exception& exception)
     return text;
 }
 
-std::string callStack()
+} // namespace
+
+std::string BXLogger::callStack()
 {
     void* frames[64];
     const int count = ::backtrace(frames, 64);
@@ -116,8 +118,6 @@ std::string callStack()
     std::free(symbols);
     return text;
 }
-
-} // namespace
 
 std::shared_ptr<LogFacade> BXLogger::getLogger(const std::string& folder, const std::string& name,
                                                std::optional<int> maxFiles, const Clock& clock)

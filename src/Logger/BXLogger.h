@@ -38,6 +38,8 @@ public:
     /// The exception's description and the calling thread's stack.
     static void globalErrorException(const std::exception& exception,
                                      std::source_location where = std::source_location::current());
+    /// The calling thread's stack, one text.
+    static std::string callStack();
     /// Debug messages of the global log are discarded.
     static void globalDebug(std::string_view, const std::optional<std::string>& = {}) {}
 

@@ -1,7 +1,6 @@
 #include "SyncLibrary/BXSyncExecutor.h"
 
-#include <algorithm>
-
+#include "Logger/BXLogger.h"
 #include "SyncLibrary/BXSyncAbort.h"
 #include "SyncLibrary/BXSyncQuestions.h"
 
@@ -95,7 +94,7 @@ void BXSyncExecutor::operate(BXSyncFileDataInfo& item)
     item.operateFinished = operations_.operate(item);
     if (!item.operateFinished) {
         anyFailed_ = true;
-        if (operations_.hasRecordToKeep()) unfinishedToKeep_.push_back(&item);
+        if (operations_.hasRecordToKeep()) unfinishedToKeep_.insert(&item);
     }
     run_.progress.updatedFile(item);
     run_.progress.update();
@@ -104,6 +103,7 @@ void BXSyncExecutor::operate(BXSyncFileDataInfo& item)
 void BXSyncExecutor::reportFatal(const std::string& reason, const std::string& detail)
 {
     run_.logger.error("{} {}", reason, detail);
+    run_.logger.error("{}", BXLogger::callStack());
     if (confirmDelegate_) confirmDelegate_->confirm(BXSyncQuestions::fatalError(detail));
 }
 
@@ -121,8 +121,7 @@ bool BXSyncExecutor::writeAll()
 
 bool BXSyncExecutor::isToBeKept(const BXSyncFileDataInfo& item) const
 {
-    return item.operateFinished ||
-           std::find(unfinishedToKeep_.begin(), unfinishedToKeep_.end(), &item) != unfinishedToKeep_.end();
+    return item.operateFinished || unfinishedToKeep_.contains(&item);
 }
 
 bool BXSyncExecutor::mergeFinished(const BXSyncChangeList& changes)

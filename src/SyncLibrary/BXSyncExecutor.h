@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "SyncLibrary/BXSyncFileOperations.h"
@@ -43,7 +44,7 @@ private:
     BXSyncFileOperations operations_;
     bool anyFailed_ = false;
     /// Items that are not done and whose records are kept all the same; few.
-    std::vector<const BXSyncFileDataInfo*> unfinishedToKeep_;
+    std::unordered_set<const BXSyncFileDataInfo*> unfinishedToKeep_;
 };
 
 } // namespace tidemark
