@@ -32,7 +32,7 @@ std::optional<Error> localFailure(const ASWDCmd& command)
     if (connection && connection->getRequestStreamError() &&
         connection->getRequestStreamError()->kind == HttpStreamFailure::bodyShorterThanAnnounced)
         return engineError("LOCALFILE_CHANGED",
-                           "The file became shorter while it was sent. path:" + command.remoteURL().absoluteString());
+                           "The file was changed while it was sent. path:" + command.remoteURL().absoluteString());
     return std::nullopt;
 }
 
@@ -114,7 +114,7 @@ bool BXSyncCommandRunner::run(ASWDCmd& command, Attempts& attempts)
 {
     const bool executed = execute(command, attempts);
     if (const auto* download = dynamic_cast<const ASWDCmdGet*>(&command))
-        if (download->responseStream()) attempts.touchedFile = download->localFile();
+        if (download->hasOpenedStream()) attempts.touchedFile = download->localFile();
     if (!executed) return false;
     const int status = command.statusCode();
     if (command.error() || status == 0) {

@@ -221,7 +221,7 @@ Status BXSyncTransfer::fetchInto(const std::string& target, const Url& url, cons
 std::shared_ptr<ASWDCmd> BXSyncTransfer::makeDownload(const Url& url, const std::string& target, const ASWDCmd* before)
 {
     const auto* failed = dynamic_cast<const ASWDCmdGet*>(before);
-    if (failed && failed->responseStream()) BXSyncUtils::addSuspendFlag(target);
+    if (failed && failed->hasOpenedStream()) BXSyncUtils::addSuspendFlag(target);
     const auto offset = resume_.resumeCheck(url, target, false);
     auto command = std::make_shared<ASWDCmdGet>(url, run_.conf.info());
     command->setLocalFile(target);

@@ -35,6 +35,7 @@ std::optional<std::int64_t> firstByteOf(const std::string& contentRange)
 bool ASWDCmdGetStream::execute()
 {
     responseStream_.reset();
+    opened_ = false;
     memory_->clear();
     return ASWDCmd::execute();
 }
@@ -69,7 +70,9 @@ bool ASWDCmdGetStream::openFor(const HttpResponseHead& response)
         return false;
     }
     responseStream_ = generateStream(response);
-    return responseStream_->open() || failWriting();
+    const bool opened = responseStream_->open();
+    opened_ = opened_ || opened;
+    return opened || failWriting();
 }
 
 bool ASWDCmdGetStream::closeResponseStream()

@@ -18,6 +18,8 @@ public:
     std::string protocol() const override { return "GET"; }
     /// Null until a 2xx response has come.
     OutputStream* responseStream() const { return responseStream_.get(); }
+    /// Its target may have been changed; where opening failed it is what it was.
+    bool hasOpenedStream() const { return opened_; }
     /// What a memory stream has taken.
     const std::string& responseBody() const { return *memory_; }
 
@@ -44,6 +46,7 @@ private:
     bool failWriting();
 
     std::unique_ptr<OutputStream> responseStream_;
+    bool opened_ = false;
     std::shared_ptr<std::string> memory_ = std::make_shared<std::string>();
 };
 

@@ -5,6 +5,7 @@
 
 #include "Logger/BXLogger.h"
 #include "davclient/ASOffsetInputStream.h"
+#include "davclient/ASSteadyInputStream.h"
 #include "security/BXSyncAESInputStream.h"
 
 namespace tidemark {
@@ -47,8 +48,12 @@ bool ASWDCmdUploadBase::readyForStream()
 std::unique_ptr<InputStream> ASWDCmdUploadBase::makeRequestStream() const
 {
     if (requestBody_) return makeMemoryInputStream(std::make_shared<const std::string>(*requestBody_));
-    if (encryptKey_.empty()) return makeFileInputStream(filePath_);
-    return std::make_unique<BXSyncAESInputStream>(filePath_, encryptKey_, false);
+    std::unique_ptr<InputStream> file;
+    if (encryptKey_.empty())
+        file = makeFileInputStream(filePath_);
+    else
+        file = std::make_unique<BXSyncAESInputStream>(filePath_, encryptKey_, false);
+    return std::make_unique<ASSteadyInputStream>(std::move(file), filePath_, contentLength_);
 }
 
 void ASWDCmdUploadBase::setupContentLength()
