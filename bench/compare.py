@@ -2,7 +2,9 @@
 """The comparisons of bench/run.sh: every figure of ours stands beside another program's from the same run."""
 
 import argparse
+import filecmp
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -14,6 +16,7 @@ from measure import row, run  # noqa: E402
 
 FOLDERS, FILES_PER_FOLDER, FILE_SIZE = 100, 100, 4096
 BIG = 1 << 30
+KEY = "a key of the benchmark"
 PROPPATCH = ('<?xml version="1.0" ?><D:propertyupdate xmlns:D="DAV:" xmlns:Z="http://www.marlock.example/ns/webdav">'
              '<D:set><D:prop><Z:SyncDate>Sun, 15 Nov 2026 10:00:00 +0000</Z:SyncDate></D:prop></D:set>'
              '</D:propertyupdate>')
@@ -29,11 +32,13 @@ class Bench:
         self.folders = FOLDERS // 10 if quick else FOLDERS
         self.big = BIG // 10 if quick else BIG
 
-    def configure(self, name, server_url, local, *options):
+    def configure(self, name, server_url, local, *options, key=None):
+        if key:
+            options = (*options, "--key-stdin")
         subprocess.run([self.tidemark, "config", "create", name, "--url", server_url, "--local", local,
                         "--config-dir", self.folder / "config", "--on-conflict", "upload",
                         "--on-server-delete", "delete", "--on-local-delete", "delete", *options],
-                       check=True, stdout=subprocess.DEVNULL)
+                       check=True, stdout=subprocess.DEVNULL, input=f"{key}\n" if key else "", text=True)
 
     def sync(self, name):
         return run([self.tidemark, "sync", name, "--quiet", "--config-dir", self.folder / "config"])
@@ -142,11 +147,55 @@ def big_file(bench):
         server.stop()
 
 
+def crypto(bench):
+    """What encryption adds to one big file."""
+    server = Apache(bench.folder / "server")
+    source = bench.folder / "crypto-up"
+    source.mkdir()
+    make_big_file(source / "big.bin", bench.big)
+    size = f"one file of {bench.big >> 20} MiB"
+    try:
+        up, down = {}, {}
+        for name, key in (("plain", None), ("encrypted", KEY)):
+            url = server.collection(name)
+            bench.configure(f"up-{name}", url, source, key=key)
+            up[name] = bench.sync(f"up-{name}")
+            target = bench.folder / f"down-{name}"
+            target.mkdir()
+            bench.configure(f"down-{name}", url, target, key=key)
+            down[name] = bench.sync(f"down-{name}")
+            if not filecmp.cmp(source / "big.bin", target / "big.bin", shallow=False):
+                raise SystemExit(f"{name}: what came back is not what went up")
+            shutil.rmtree(target)
+        row(f"{size} up, encrypted", up["encrypted"], up["plain"], "plain", 1.25)
+        row(f"{size} down, decrypted", down["encrypted"], down["plain"], "plain", 1.25)
+    finally:
+        server.stop()
+
+
+def aes_streams(bench):
+    """The streams alone; 0.8 of another's throughput is 1.25 of its time."""
+    plain, cipher, target = (bench.folder / name for name in ("plain", "cipher", "target"))
+    make_big_file(plain, bench.big)
+    padded = KEY.encode().ljust(32, b"\0").hex()
+    openssl = ["openssl", "enc", "-aes-256-cbc", "-K", padded, "-iv", padded[:32]]
+    subprocess.run([*openssl, "-in", plain, "-out", cipher], check=True)
+    ours = bench.build / "bench" / "bench_aes"
+    size = f"{bench.big >> 20} MiB"
+    row(f"{size} encrypted", run([ours, "encrypt", plain, KEY]), run([*openssl, "-in", plain, "-out", "/dev/null"]),
+        "openssl", 1.25)
+    mine = run([ours, "decrypt", cipher, KEY, target])
+    if not filecmp.cmp(plain, target, shallow=False):
+        raise SystemExit("what was decrypted is not what was encrypted")
+    target.unlink()
+    row(f"{size} decrypted", mine, run([*openssl, "-d", "-in", cipher, "-out", target]), "openssl", 1.25)
+
+
 def micro(bench):
     subprocess.run([bench.build / "bench" / "bench_micro"], check=True)
 
 
-BENCHES = {"micro": [micro], "sync": [many_files, big_file]}
+BENCHES = {"micro": [micro], "sync": [many_files, big_file], "crypto": [aes_streams, crypto]}
 
 
 def main():

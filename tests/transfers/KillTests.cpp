@@ -156,23 +156,27 @@ protected:
     {
         KillableRun run(config());
         std::atomic<bool> struck = false;
+        const auto place = 1 + below(mebibyte);
+        const auto delay = below(3) == 0 ? below(3000) : 0;
         const auto strike = [&] {
-            run.kill();
+            if (delay == 0) run.kill();
             struck = true;
         };
-        const auto place = 1 + below(2 * mebibyte);
-        const auto delay = below(4) == 0 ? below(3000) : 0;
         std::size_t wantedBytes = 0;
+        std::size_t requests = below(14);
         switch (below(4)) {
         case 0:
             world.server->addFault({"PUT", "*.bin", fault::Call{strike, place}, 1, static_cast<int>(below(2))});
+            requests += 6;
             break;
         case 1:
             wantedBytes = place;
+            requests += 6;
             break;
         default:
-            world.server->addFault({"*", "*", fault::Call{strike, 0}, 1, static_cast<int>(below(24))});
+            break;
         }
+        world.server->addFault({"*", "*", fault::Call{strike, 0}, 1, static_cast<int>(requests)});
         for (std::size_t turn = 0; !struck && !run.hasEnded(); ++turn) {
             if (wantedBytes > 0 && turn % 16 == 0 && downloadedBytes(world) >= wantedBytes) break;
             ::sched_yield();
