@@ -45,6 +45,34 @@ bool isSame(const fs::Attributes& a, const fs::Attributes& b)
     return a.size == b.size && a.modified == b.modified;
 }
 
+bool hasTouched(const ASWDCmd* command)
+{
+    const auto* download = dynamic_cast<const ASWDCmdGet*>(command);
+    return download && download->hasOpenedStream();
+}
+
+/// Beside the suspend mark: of which version of the server's file the part is. The probe compares the part's end only,
+/// and a file may have changed at its beginning.
+constexpr const char* partAttribute = "marlock.tidemark.suspend.version";
+
+std::string versionOf(const BXSyncFileDataInfo& serverRecord)
+{
+    return std::to_string(serverRecord.size) + " " +
+           std::to_string(std::llround(serverRecord.fileData.dateLastModified));
+}
+
+void notePart(const std::string& target, const BXSyncFileDataInfo* serverRecord)
+{
+    if (serverRecord) static_cast<void>(fs::setExtendedAttribute(target, partAttribute, versionOf(*serverRecord)));
+}
+
+/// True where nothing is known, too.
+bool isPartOf(const std::string& target, const BXSyncFileDataInfo* serverRecord)
+{
+    const auto noted = fs::extendedAttribute(target, partAttribute);
+    return !noted || !serverRecord || *noted == versionOf(*serverRecord);
+}
+
 /// The server carries `sent` in whole seconds. Against this record its copy is within the tolerance and any file of
 /// another time is not.
 dates::Seconds recordOfChangedFile(dates::Seconds sent, dates::Seconds present)
@@ -204,8 +232,10 @@ Status BXSyncTransfer::fetch(const std::string& pathname, const Url& url, const 
 Status BXSyncTransfer::fetchInto(const std::string& target, const Url& url, const BXSyncFileDataInfo* serverRecord)
 {
     std::shared_ptr<ASWDCmd> last;
-    const auto fetched = run_.runner.davConnect([&] { return last = makeDownload(url, target, last.get()); },
-                                                [](ASWDCmd&, int status) { return status == 200 || status == 206; });
+    const auto fetched =
+        run_.runner.davConnect([&] { return last = makeDownload(url, target, last.get(), serverRecord); },
+                               [](ASWDCmd&, int status) { return status == 200 || status == 206; });
+    if (hasTouched(last.get())) notePart(target, serverRecord);
     if (!fetched) return failure(fetched.error());
     if (!isWhole(**fetched, target, serverRecord)) {
         if (!BXSyncUtils::addSuspendFlag(target)) static_cast<void>(fs::removeFile(target));
@@ -213,16 +243,20 @@ Status BXSyncTransfer::fetchInto(const std::string& target, const Url& url, cons
                                                            url.absoluteString()));
     }
     BXSyncUtils::removeSuspendFlag(target);
+    static_cast<void>(fs::removeExtendedAttribute(target, partAttribute));
     if (serverRecord) settleTime(target, *serverRecord);
     return {};
 }
 
 /// `before` is the execution that failed, or null. What it has written is a part to go on from.
-std::shared_ptr<ASWDCmd> BXSyncTransfer::makeDownload(const Url& url, const std::string& target, const ASWDCmd* before)
+std::shared_ptr<ASWDCmd> BXSyncTransfer::makeDownload(const Url& url, const std::string& target, const ASWDCmd* before,
+                                                      const BXSyncFileDataInfo* serverRecord)
 {
-    const auto* failed = dynamic_cast<const ASWDCmdGet*>(before);
-    if (failed && failed->hasOpenedStream()) BXSyncUtils::addSuspendFlag(target);
-    const auto offset = resume_.resumeCheck(url, target, false);
+    if (hasTouched(before)) {
+        BXSyncUtils::addSuspendFlag(target);
+        notePart(target, serverRecord);
+    }
+    const std::int64_t offset = isPartOf(target, serverRecord) ? resume_.resumeCheck(url, target, false) : 0;
     auto command = std::make_shared<ASWDCmdGet>(url, run_.conf.info());
     command->setLocalFile(target);
     command->setEncryptKey(run_.conf.encryptKey());

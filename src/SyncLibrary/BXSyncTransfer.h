@@ -43,7 +43,8 @@ private:
 
     Status fetch(const std::string& pathname, const Url& url, const BXSyncFileDataInfo* serverRecord);
     Status fetchInto(const std::string& target, const Url& url, const BXSyncFileDataInfo* serverRecord);
-    std::shared_ptr<ASWDCmd> makeDownload(const Url& url, const std::string& target, const ASWDCmd* before);
+    std::shared_ptr<ASWDCmd> makeDownload(const Url& url, const std::string& target, const ASWDCmd* before,
+                                          const BXSyncFileDataInfo* serverRecord);
     bool isWhole(const ASWDCmd& command, const std::string& target, const BXSyncFileDataInfo* serverRecord) const;
     void settleTime(const std::string& target, const BXSyncFileDataInfo& serverRecord) const;
     void showCommand(const std::shared_ptr<ASWDCmd>& command);
