@@ -38,12 +38,14 @@ using Status = Result<void>;
 inline tl::unexpected<Error> failure(std::string domain, std::int64_t code, std::string description = {})
 {
     Error error{std::move(domain), code, {}};
-    if (!description.empty())
-        error.userInfo[Error::descriptionKey] = std::move(description);
+    if (!description.empty()) error.userInfo[Error::descriptionKey] = std::move(description);
     return tl::unexpected<Error>(std::move(error));
 }
 
-inline tl::unexpected<Error> failure(Error error) { return tl::unexpected<Error>(std::move(error)); }
+inline tl::unexpected<Error> failure(Error error)
+{
+    return tl::unexpected<Error>(std::move(error));
+}
 
 /// Domain "POSIX", code `errnoValue`; the description is "<what>: <system text>".
 tl::unexpected<Error> posixFailure(int errnoValue, std::string_view what);

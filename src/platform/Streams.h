@@ -10,7 +10,14 @@
 
 namespace tidemark {
 
-enum class StreamStatus { notOpen, open, atEnd, closed, error };
+enum class StreamStatus
+{
+    notOpen,
+    open,
+    atEnd,
+    closed,
+    error
+};
 
 /// A source of bytes that is read once from front to back. Used by one thread at a time.
 class InputStream
