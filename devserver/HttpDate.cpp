@@ -4,6 +4,9 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <iomanip>
+#include <locale>
+#include <sstream>
 
 namespace devserver {
 
@@ -53,17 +56,12 @@ std::string isoDate(std::time_t time)
 std::optional<std::time_t> parseHttpDate(std::string_view text)
 {
     std::tm t{};
-    char month[4] = {};
-    char zone[8] = {};
-    const std::string copy(text);
-    if (std::sscanf(copy.c_str(), "%*3s, %d %3s %d %d:%d:%d %7s", &t.tm_mday, month, &t.tm_year, &t.tm_hour, &t.tm_min,
-                    &t.tm_sec, zone) != 7)
-        return std::nullopt;
-    const auto found = std::ranges::find(months, std::string_view(month));
-    const auto offset = zoneSeconds(zone);
-    if (found == months.end() || !offset) return std::nullopt;
-    t.tm_mon = static_cast<int>(found - months.begin());
-    t.tm_year -= 1900;
+    std::string zone;
+    std::istringstream in{std::string(text)};
+    in.imbue(std::locale::classic());
+    in >> std::get_time(&t, "%a, %d %b %Y %H:%M:%S") >> zone;
+    const auto offset = in ? zoneSeconds(zone) : std::nullopt;
+    if (!offset) return std::nullopt;
     return timegm(&t) - *offset;
 }
 
