@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "SyncLibrary/BXSyncUtils.h"
+#include "platform/FileAbsence.h"
 #include "platform/FileSystem.h"
 
 namespace tidemark {
@@ -129,7 +130,8 @@ Result<std::vector<std::string>> BXSyncInflight::recover(const std::string& sync
                                                          const std::string& systemStart)
 {
     const auto path = pathFor(syncinfoPath);
-    if (!fs::exists(path)) return std::vector<std::string>();
+    if (const auto found = fs::attributes(path); !found && fs::isAbsence(found.error()))
+        return std::vector<std::string>();
     auto text = fs::readFile(path);
     if (!text) return failure(std::move(text.error()));
     std::vector<std::string> treated;

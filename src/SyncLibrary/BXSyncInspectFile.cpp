@@ -6,6 +6,7 @@
 #include "Logger/BXLogger.h"
 #include "SyncLibrary/BXSyncLocalListing.h"
 #include "SyncLibrary/BXSyncUtils.h"
+#include "platform/FileAbsence.h"
 #include "platform/FileSystem.h"
 #include "platform/KeyedArchive.h"
 
@@ -39,7 +40,10 @@ Result<bool> BXSyncInspectFile::readSyncInfo(const std::string& path)
 {
     fileUpdate_.clear();
     fileUpdateTable_.clear();
-    if (!fs::exists(path)) return false;
+    if (const auto found = fs::attributes(path); !found) {
+        if (fs::isAbsence(found.error())) return false;
+        return failure(found.error());
+    }
     bool foreignName = false;
     const auto status = KeyedArchive::read(
         path,

@@ -3,6 +3,7 @@
 #include "Logger/LogFacade.h"
 #include "SyncLibrary/BXSyncCheckedPaths.h"
 #include "SyncLibrary/BXSyncUtils.h"
+#include "platform/FileAbsence.h"
 #include "platform/FileSystem.h"
 #include "platform/Unicode.h"
 
@@ -46,6 +47,11 @@ std::int64_t BXSyncInspectFileAuto::checkPath(const BXSyncModifiedItem& checkIte
     const auto path = fs::resolve(root, checkItem.relativePath);
     if (!path || !isUtf8(*path)) return 0;
     const auto attributes = fs::attributes(*path);
+    if (!attributes && !fs::isAbsence(attributes.error())) {
+        // What cannot be looked at must not pass for deleted.
+        logger()->error("The folder cannot be read. {}", attributes.error().description());
+        return -1;
+    }
     if (!attributes || attributes->kind == fs::FileKind::other) return 0;
     const bool isFolder = attributes->kind == fs::FileKind::folder;
     if (isFolder && attributes->isLink) return 0;

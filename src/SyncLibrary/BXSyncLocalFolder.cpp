@@ -7,6 +7,7 @@
 #include "SyncLibrary/BXSyncLocalListing.h"
 #include "SyncLibrary/BXSyncRunReport.h"
 #include "SyncLibrary/BXSyncUtils.h"
+#include "platform/FileAbsence.h"
 #include "platform/Streams.h"
 
 namespace tidemark {
@@ -78,6 +79,7 @@ bool BXSyncLocalFolder::isPresent(const std::string& pathname) const
 {
     const auto path = locate(pathname);
     const auto found = path ? fs::attributes(*path) : failure(path.error());
+    if (path && !found) return !fs::isAbsence(found.error());
     return found && found->kind != fs::FileKind::other && !(found->isLink && found->kind == fs::FileKind::folder);
 }
 

@@ -57,29 +57,47 @@ dates::Seconds readTime(std::string_view text)
     return time ? dates::toSeconds(*time) : 0.0;
 }
 
-/// "2" of "HTTP/1.1 200 OK"; 0 without a status.
-char statusClass(const ASXMLDomNode& node)
+/// "200" of "HTTP/1.1 200 OK"; empty without a status.
+std::string_view statusCode(const ASXMLDomNode& node)
 {
     const auto* status = node.findFirstName("status");
-    if (status == nullptr) return 0;
+    if (status == nullptr) return {};
     const auto text = trimmed(status->elementValue());
-    const auto code = text.find(' ');
-    return code == std::string_view::npos || code + 1 >= text.size() ? '\0' : text[code + 1];
+    const auto blank = text.find(' ');
+    return blank == std::string_view::npos ? std::string_view() : text.substr(blank + 1, 3);
+}
+
+bool isGood(std::string_view code)
+{
+    return code.empty() || code.starts_with('2');
+}
+
+bool isGone(std::string_view code)
+{
+    return code == "404" || code == "410";
 }
 
 /// The properties that the server has: those of the first group with a good status or none, else of the first group.
 const ASXMLDomNode* propertiesOf(const ASXMLDomNode& response)
 {
-    for (const auto* group : response.findName("propstat")) {
-        const auto status = statusClass(*group);
-        if (status == 0 || status == '2') return group->findFirstName("prop");
-    }
+    for (const auto* group : response.findName("propstat"))
+        if (isGood(statusCode(*group))) return group->findFirstName("prop");
     return response.findFirstXName("propstat/prop");
 }
 
 bool isMissing(const ASXMLDomNode& response)
 {
-    return response.findFirstName("propstat") == nullptr && statusClass(response) == '4';
+    return response.findFirstName("propstat") == nullptr && isGone(statusCode(response));
+}
+
+/// The entry is there but the server does not show what it is: it must pass neither for deleted nor for an empty file.
+bool isRefused(const ASXMLDomNode& response)
+{
+    const auto refuses = [](std::string_view code) { return !isGood(code) && !isGone(code); };
+    const auto groups = response.findName("propstat");
+    if (groups.empty()) return refuses(statusCode(response));
+    const auto code = [](const ASXMLDomNode* group) { return statusCode(*group); };
+    return std::ranges::none_of(groups, isGood, code) && std::ranges::any_of(groups, refuses, code);
 }
 
 bool isPlainName(std::string_view name)
@@ -158,6 +176,10 @@ Status BXSyncMultistatusReader::readResponse(const ASXMLDomNode& response, bool 
     const auto href = readHref(hrefNode ? trimmed(hrefNode->elementValue()) : std::string_view{});
     if (!href) return failure(href.error());
     if (isMissing(response) || (href->isSelf && !includeSelf)) return {};
+    if (isRefused(response))
+        return failure(errorDomain, 3,
+                       "The server does not show an entry. folder:" + folder_.absoluteString() +
+                           " href:" + escapeControls(href->path));
     const auto name = href->isSelf ? std::string{} : decode(lastComponent(href->path));
     if (!href->isSelf && name && name->starts_with('.')) return {};
     if (!href->isSelf && !(name && isPlainName(*name))) {
