@@ -95,13 +95,15 @@ Contents makeContents(X509* certificate, EVP_PKEY* key)
 /// for reading them alone.
 struct Pkcs12Libraries
 {
-    LibraryContext context{OSSL_LIB_CTX_new()};
-
-    Pkcs12Libraries()
+    struct Unload
     {
-        OSSL_PROVIDER_load(context.get(), "default");
-        OSSL_PROVIDER_load(context.get(), "legacy");
-    }
+        void operator()(OSSL_PROVIDER* provider) const { OSSL_PROVIDER_unload(provider); }
+    };
+    using Provider = std::unique_ptr<OSSL_PROVIDER, Unload>;
+
+    LibraryContext context{OSSL_LIB_CTX_new()};
+    Provider present{OSSL_PROVIDER_load(context.get(), "default")};
+    Provider legacy{OSSL_PROVIDER_load(context.get(), "legacy")};
 };
 
 Pkcs12 readPkcs12(const Pkcs12Libraries& libraries, std::string_view document)

@@ -130,7 +130,7 @@ TEST_F(IdentityTest, WhatIsNoIdentityIsRefused)
 {
     makeCertificate("/CN=a");
     for (const auto& document : {std::string{}, std::string("text"), tree.content("cert.pem"), tree.content("key.pem"),
-                                 pem().substr(0, 300), std::string("\x30\x82\x00\x10 cut off", 14)})
+                                 pem().substr(0, 300), std::string("\x30\x82\x00\x10 cut off", 12)})
         EXPECT_EQ(codeOf(store.add(document, "")), IdentityStore::unreadableDocument);
     EXPECT_FALSE(store.load("../../etc/passwd"));
     EXPECT_FALSE(store.remove("../cert.pem"));
