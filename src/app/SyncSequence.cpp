@@ -60,7 +60,7 @@ void SyncSequence::runSync(BXSyncTask& task, std::size_t index)
         showPosition(task, index);
         auto run = outside_.makeRun(task);
         outside_.frontEnd.taskDidBegin(task);
-        const auto outcome = loginAndRun(task, *run);
+        const auto outcome = loginAndRun(task, run);
         outside_.frontEnd.taskDidEnd(task, outcome);
         if (run->isCancelled()) outside_.progress.setCanceled(true);
     }
@@ -76,10 +76,10 @@ void SyncSequence::showPosition(const BXSyncTask& task, std::size_t index)
     progress.setFinishConnectCount(static_cast<std::int64_t>(index));
 }
 
-SequenceOutcome SyncSequence::loginAndRun(BXSyncTask& task, SequenceRun& run)
+SequenceOutcome SyncSequence::loginAndRun(BXSyncTask& task, const std::shared_ptr<SequenceRun>& run)
 {
     auto& progress = outside_.progress;
-    progress.setCancelHandler([&run] { run.cancel(); });
+    progress.setCancelHandler([run] { run->cancel(); });
     struct TakeHandlerBack
     {
         BXSyncProgressModel& progress;
@@ -87,17 +87,17 @@ SequenceOutcome SyncSequence::loginAndRun(BXSyncTask& task, SequenceRun& run)
     } takeHandlerBack{progress};
 
     const bool loggedIn =
-        run.login([&](BXSyncConf& conf, LoginReason reason) { return askForLogin(task, conf, reason); });
+        run->login([&](BXSyncConf& conf, LoginReason reason) { return askForLogin(task, conf, reason); });
     if (!loggedIn) {
         if (task.autoSync) dropWatchedChanges(task);
-        return run.isCancelled() || progress.canceled() ? SequenceOutcome::cancelled : SequenceOutcome::loginFailed;
+        return run->isCancelled() || progress.canceled() ? SequenceOutcome::cancelled : SequenceOutcome::loginFailed;
     }
-    if (progress.canceled()) run.cancel();
-    run.start();
-    while (!run.waitUntilFinished(longestLook)) {
+    if (progress.canceled()) run->cancel();
+    run->start();
+    while (!run->waitUntilFinished(longestLook)) {
     }
-    if (task.listup) outside_.frontEnd.addList(run.modifiedItems(), task.name);
-    return run.outcome();
+    if (task.listup) outside_.frontEnd.addList(run->modifiedItems(), task.name);
+    return run->outcome();
 }
 
 bool SyncSequence::askForLogin(const BXSyncTask& task, BXSyncConf& conf, LoginReason reason)

@@ -38,7 +38,8 @@ private:
     bool runOperation(BXSyncTask& task);
     void runSync(BXSyncTask& task, std::size_t index);
     void showPosition(const BXSyncTask& task, std::size_t index);
-    SequenceOutcome loginAndRun(BXSyncTask& task, SequenceRun& run);
+    /// The run is shared with whoever cancels it meanwhile.
+    SequenceOutcome loginAndRun(BXSyncTask& task, const std::shared_ptr<SequenceRun>& run);
     bool askForLogin(const BXSyncTask& task, BXSyncConf& conf, LoginReason reason);
     void dropWatchedChanges(const BXSyncTask& task);
 
