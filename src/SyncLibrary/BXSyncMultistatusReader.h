@@ -34,8 +34,8 @@ public:
     BXSyncMultistatusReader(Url folder, std::string marlockVersion);
 
     /// `includeSelf`: the folder's own entry, whose path is the folder's URL without "/" at its end, comes too.
-    /// Fails on what is not a well-formed document, on an absolute href of another host, and on an entry that the server
-    /// refuses to show.
+    /// Fails on what is not a well-formed document, on an absolute href of another host, and on an entry that the
+    /// server refuses to show.
     Result<Listing> read(std::string_view body, bool includeSelf) const;
 
 private:
