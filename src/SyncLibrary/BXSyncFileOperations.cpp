@@ -120,7 +120,7 @@ bool BXSyncFileOperations::fileOperateLocalDelete(const Item& item)
     case BXSyncStep::deleteOnServer:
         return deleteOnServer(item, *kind == BXSyncServerFolder::Kind::folder);
     case BXSyncStep::restoreFromServer:
-        return restoreFromServer(item);
+        return restoreFromServer(item, *kind == BXSyncServerFolder::Kind::folder);
     case BXSyncStep::cancelRun:
         run_.confirmer.cancelRun();
     case BXSyncStep::leaveAlone:
@@ -153,10 +153,10 @@ bool BXSyncFileOperations::deleteOnServer(const Item& item, bool isFolder)
     return true;
 }
 
-bool BXSyncFileOperations::restoreFromServer(const Item& item)
+bool BXSyncFileOperations::restoreFromServer(const Item& item, bool isFolder)
 {
     const auto* listed = serverRecord(item.pathname);
-    if (!listed || (listed->state & SyncState::folder) == 0) {
+    if (!isFolder) {
         const auto size = listed ? listed->size : 0;
         run_.progress.addTotalFileSize(size);
         showTransfer(item.serverText, item.localText, size);

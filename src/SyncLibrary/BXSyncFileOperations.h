@@ -45,7 +45,7 @@ private:
     bool upload(const Item& item);
     bool download(const Item& item);
     bool deleteOnServer(const Item& item, bool isFolder);
-    bool restoreFromServer(const Item& item);
+    bool restoreFromServer(const Item& item, bool isFolder);
     bool deleteLocally(const Item& item, bool isFolder);
     bool restoreOnServer(const Item& item, bool isFolder);
     bool restoreFolderOnServer(const Item& item);

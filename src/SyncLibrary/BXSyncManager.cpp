@@ -191,6 +191,12 @@ void BXSyncManager::collectChanges()
 /// What a run that died has left half downloaded is not to be taken for the user's.
 bool BXSyncManager::recoverInterrupted()
 {
+    if (!fs::isFolder(conf_->localPath())) {
+        // Without its folder nothing can be told about a half file: the record waits.
+        logger_->error("The folder cannot be read. {}", conf_->localPath());
+        failListup(LogLevel::info, "Error Checking Update Local Files.");
+        return false;
+    }
     const auto locate = [this](const std::string& pathname) { return fs::resolve(conf_->localPath(), pathname); };
     const auto recovered = BXSyncInflight::recover(conf_->syncinfoPath(), locate);
     if (!recovered) {
