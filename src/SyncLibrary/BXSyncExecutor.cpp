@@ -109,6 +109,11 @@ void BXSyncExecutor::reportFatal(const std::string& reason, const std::string& d
 
 bool BXSyncExecutor::write(const BXSyncInspectFile& records)
 {
+    // Records of files that a loss of power could still take away would make them look deleted or changed here.
+    if (const auto flushed = run_.inflight.flush(); !flushed) {
+        run_.logger.error("The downloaded files cannot be flushed. {}", flushed.error().description());
+        return false;
+    }
     const auto written = records.writeSyncInfo(run_.conf.syncinfoPath());
     if (!written) run_.logger.error("The sync info cannot be written. {}", written.error().description());
     return written.has_value();

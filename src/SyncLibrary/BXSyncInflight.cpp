@@ -13,19 +13,20 @@ namespace {
 constexpr const char* absent = "-";
 
 /// What lies at the path, as a text without blanks; equal texts mean an untouched file.
-std::string stateAt(const std::string& diskPath)
+Result<std::string> stateAt(const std::string& diskPath)
 {
     const auto found = fs::attributes(diskPath);
+    if (!found && !fs::isAbsence(found.error())) return failure(found.error());
     if (!found || found->kind != fs::FileKind::file) return absent;
     char text[64];
     std::snprintf(text, sizeof text, "%lld:%.9f", static_cast<long long>(found->size), found->modified);
     return text;
 }
 
-std::string stateOf(const BXSyncInflight::Locate& locate, const std::string& pathname)
+Result<std::string> stateOf(const BXSyncInflight::Locate& locate, const std::string& pathname)
 {
     const auto diskPath = locate(pathname);
-    return diskPath ? stateAt(*diskPath) : absent;
+    return diskPath ? stateAt(*diskPath) : Result<std::string>(absent);
 }
 
 std::vector<BXSyncInflightRecord::Entry> suspects(BXSyncInflightRecord record, const std::string& systemStart)
@@ -35,26 +36,30 @@ std::vector<BXSyncInflightRecord::Entry> suspects(BXSyncInflightRecord record, c
     return {std::move(record.entries[*record.underWay])};
 }
 
-/// Nothing for a file that is untouched or gone.
-std::optional<std::string> halfFile(const BXSyncInflight::Locate& locate, const BXSyncInflightRecord::Entry& entry)
+/// Where it lies; nothing for a file that is untouched or gone.
+Result<std::optional<std::string>> halfFile(const BXSyncInflight::Locate& locate,
+                                            const BXSyncInflightRecord::Entry& entry)
 {
     const auto diskPath = locate(entry.pathname);
     if (!diskPath) return std::nullopt;
-    const auto present = stateAt(*diskPath);
-    if (present == absent || present == entry.before) return std::nullopt;
+    auto present = stateAt(*diskPath);
+    if (!present) return failure(std::move(present.error()));
+    if (*present == absent || *present == entry.before) return std::nullopt;
     return *diskPath;
 }
 
 } // namespace
 
-BXSyncInflight::BXSyncInflight(const std::string& syncinfoPath, Locate locate, std::string systemStart)
-    : path_(pathFor(syncinfoPath)), locate_(std::move(locate)), systemStart_(std::move(systemStart))
+BXSyncInflight::BXSyncInflight(const std::string& syncinfoPath, std::string folder, Locate locate,
+                               std::string systemStart)
+    : path_(pathFor(syncinfoPath)), folder_(std::move(folder)), locate_(std::move(locate)),
+      systemStart_(std::move(systemStart))
 {
 }
 
 BXSyncInflight::~BXSyncInflight()
 {
-    if (!record_ || underWay_) return;
+    if (!record_ || underWay_ || !flush()) return;
     record_.reset();
     // One that stays names no half file.
     static_cast<void>(fs::removeFile(path_));
@@ -68,45 +73,69 @@ void BXSyncInflight::plan(std::vector<std::string> pathnames)
 
 bool BXSyncInflight::isNextInBatch(const std::string& pathname) const
 {
-    return record_ && nextInBatch_ < batch_.size() && batch_[nextInBatch_].pathname == pathname &&
-           batch_[nextInBatch_].before == stateOf(locate_, pathname);
+    if (!record_ || nextInBatch_ >= batch_.size() || batch_[nextInBatch_].pathname != pathname) return false;
+    const auto state = stateOf(locate_, pathname);
+    return state && *state == batch_[nextInBatch_].before;
 }
 
 Status BXSyncInflight::begin(const std::string& pathname)
 {
     while (record_ && nextInBatch_ < batch_.size() && batch_[nextInBatch_].pathname != pathname)
         ++nextInBatch_;
-    if (!isNextInBatch(pathname))
-        if (auto written = writeBatch(nextBatch(pathname)); !written) return written;
+    if (!isNextInBatch(pathname)) {
+        auto batch = nextBatch(pathname);
+        if (!batch) return failure(std::move(batch.error()));
+        if (auto written = writeBatch(std::move(*batch)); !written) return written;
+    }
     auto begun = append(BXSyncInflightRecord::began, nextInBatch_);
     underWay_ = begun.has_value();
     return begun;
 }
 
-void BXSyncInflight::end()
+Status BXSyncInflight::end(bool isWhole)
 {
+    if (!isWhole) {
+        const auto half = halfFile(locate_, batch_[nextInBatch_]);
+        if (!half) return failure(half.error());
+        if (*half && !BXSyncUtils::isSuspendedFile(**half))
+            return failure("POSIX", 0, **half + ": half of a file that can be neither marked nor removed");
+    }
     // Without this line the file is looked at once more, no harm done.
     static_cast<void>(append(BXSyncInflightRecord::ended, nextInBatch_));
     underWay_ = false;
+    unflushed_ = true;
     ++nextInBatch_;
+    return {};
 }
 
-/// The path and those planned after it.
-std::vector<BXSyncInflight::Entry> BXSyncInflight::nextBatch(const std::string& pathname)
+Status BXSyncInflight::flush()
 {
-    const auto from = planned_.begin() + static_cast<std::ptrdiff_t>(nextPlanned_);
-    const auto found = std::find(from, planned_.end(), pathname);
-    if (found == planned_.end()) return {{pathname, stateOf(locate_, pathname)}};
-    const auto count = std::min<std::ptrdiff_t>(batchSize, planned_.end() - found);
-    std::vector<Entry> batch;
-    for (auto at = found; at != found + count; ++at)
-        batch.push_back({*at, stateOf(locate_, *at)});
-    nextPlanned_ = static_cast<std::size_t>(found - planned_.begin());
+    if (!unflushed_) return {};
+    auto flushed = fs::flushFileSystem(folder_);
+    if (flushed) unflushed_ = false;
+    return flushed;
+}
+
+/// The path and those planned after it, up to one that cannot be looked at.
+Result<std::vector<BXSyncInflight::Entry>> BXSyncInflight::nextBatch(const std::string& pathname)
+{
+    auto state = stateOf(locate_, pathname);
+    if (!state) return failure(std::move(state.error()));
+    std::vector<Entry> batch{{pathname, std::move(*state)}};
+    auto at = std::find(planned_.begin() + static_cast<std::ptrdiff_t>(nextPlanned_), planned_.end(), pathname);
+    if (at == planned_.end()) return batch;
+    nextPlanned_ = static_cast<std::size_t>(at - planned_.begin());
+    for (++at; at != planned_.end() && batch.size() < batchSize; ++at) {
+        state = stateOf(locate_, *at);
+        if (!state) break;
+        batch.push_back({*at, std::move(*state)});
+    }
     return batch;
 }
 
 Status BXSyncInflight::writeBatch(std::vector<Entry> batch)
 {
+    if (auto flushed = flush(); !flushed) return flushed;
     auto text = BXSyncInflightRecord::head(systemStart_);
     for (const auto& entry : batch)
         text += BXSyncInflightRecord::entryLine(entry);
@@ -137,9 +166,10 @@ Result<std::vector<std::string>> BXSyncInflight::recover(const std::string& sync
     std::vector<std::string> treated;
     for (const auto& entry : suspects(BXSyncInflightRecord::parse(*text), systemStart)) {
         const auto diskPath = halfFile(locate, entry);
-        if (!diskPath) continue;
-        if (!BXSyncUtils::addSuspendFlag(*diskPath))
-            if (auto removed = fs::removeFile(*diskPath); !removed) return failure(std::move(removed.error()));
+        if (!diskPath) return failure(diskPath.error());
+        if (!*diskPath) continue;
+        if (!BXSyncUtils::addSuspendFlag(**diskPath))
+            if (auto removed = fs::removeFile(**diskPath); !removed) return failure(std::move(removed.error()));
         treated.push_back(entry.pathname);
     }
     if (auto removed = fs::removeFile(path); !removed) return failure(std::move(removed.error()));

@@ -20,7 +20,8 @@ namespace tidemark {
 ///
 /// A flush for every file would cost more than the file, so paths are put on record in batches, flushed before the
 /// first target of the batch is opened; that a download of the batch begins or ends is then appended without a flush.
-/// Such a line survives the process but not a loss of power, therefore the record names the system start that it was
+/// What was downloaded is flushed before its batch leaves the record and before the sync info names it. The appended
+/// lines survive the process but not a loss of power, therefore the record names the system start that it was
 /// written under: under the same one exactly the download that began last and did not end is suspect; under another one
 /// every path of the batch is whose file is not what it was before.
 class BXSyncInflight
@@ -28,11 +29,12 @@ class BXSyncInflight
 public:
     using Locate = std::function<Result<std::string>(const std::string& pathname)>;
 
-    static constexpr std::size_t batchSize = 256;
+    static constexpr std::size_t batchSize = 1024;
 
-    /// `locate` tells where a pathname lies on the disk. `systemStart` names the present start of the system, "" where
-    /// it is not known.
-    BXSyncInflight(const std::string& syncinfoPath, Locate locate, std::string systemStart = currentSystemStart());
+    /// `folder` is the local folder, `locate` tells where a pathname lies in it. `systemStart` names the present start
+    /// of the system, "" where it is not known.
+    BXSyncInflight(const std::string& syncinfoPath, std::string folder, Locate locate,
+                   std::string systemStart = currentSystemStart());
     /// A record without a download under way goes; one with stays.
     ~BXSyncInflight();
     BXSyncInflight(const BXSyncInflight&) = delete;
@@ -42,8 +44,11 @@ public:
     void plan(std::vector<std::string> pathnames);
     /// Once this has succeeded the target may be opened for writing.
     Status begin(const std::string& pathname);
-    /// The target is whole, marked or gone.
-    void end();
+    /// The download has ended. Fails where the target is neither whole, which `isWhole` tells, nor marked, gone or as
+    /// it was before: it stays on record, and nothing else may be downloaded.
+    Status end(bool isWhole);
+    /// Brings what was downloaded so far to the disk.
+    Status flush();
 
     /// Marks what a process that died has left half done, or deletes it where it cannot be marked, and does away with
     /// the record. The pathnames that were so treated. After a failure nothing may be listed.
@@ -57,11 +62,12 @@ private:
     using Entry = BXSyncInflightRecord::Entry;
 
     bool isNextInBatch(const std::string& pathname) const;
-    std::vector<Entry> nextBatch(const std::string& pathname);
+    Result<std::vector<Entry>> nextBatch(const std::string& pathname);
     Status writeBatch(std::vector<Entry> batch);
     Status append(char what, std::size_t index);
 
     const std::string path_;
+    const std::string folder_;
     const Locate locate_;
     const std::string systemStart_;
     std::vector<std::string> planned_;
@@ -69,6 +75,7 @@ private:
     std::vector<Entry> batch_;
     std::size_t nextInBatch_ = 0;
     bool underWay_ = false;
+    bool unflushed_ = false;
     std::unique_ptr<OutputStream> record_;
 };
 

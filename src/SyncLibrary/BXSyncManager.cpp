@@ -162,8 +162,9 @@ bool BXSyncManager::waitForListup(const NamedThread& thread) const
 BXSyncRunOutcome BXSyncManager::execute()
 {
     const BXSyncLocalFolder local(conf_->localPath(), *scanned_);
-    const BXSyncServerFolder server(*conf_, runner_);
-    BXSyncInflight inflight(conf_->syncinfoPath(), [&local](const std::string& path) { return local.locate(path); });
+    const BXSyncServerFolder server(*conf_, runner_, serverfile_ ? &serverfile_->spellings() : nullptr);
+    BXSyncInflight inflight(conf_->syncinfoPath(), conf_->localPath(),
+                            [&local](const std::string& path) { return local.locate(path); });
     BXSyncConfirmer confirmer(confirmDelegate_, operations_, conf_->mode(), errorskip_, runner_, report_, *logger_);
     const BXSyncRunContext context{
         *conf_, runner_, local, server, inflight, confirmer, progress(), *logger_, surroundings_.fileWatcher.get()};

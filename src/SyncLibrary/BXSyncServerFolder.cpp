@@ -62,7 +62,7 @@ Status withoutStatus(const Result<int>& done)
 
 Url BXSyncServerFolder::urlOf(const std::string& pathname) const
 {
-    return conf_.url().appendingPath(pathname);
+    return spellings_ ? spellings_->urlOf(conf_.url(), pathname) : conf_.url().appendingPath(pathname);
 }
 
 Result<std::shared_ptr<ASWDCmd>> BXSyncServerFolder::askKind(const Url& url, bool acceptsOtherForm) const

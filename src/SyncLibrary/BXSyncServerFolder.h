@@ -4,6 +4,7 @@
 #include <string>
 
 #include "SyncLibrary/BXSyncCommandRunning.h"
+#include "SyncLibrary/BXSyncServerSpellings.h"
 #include "SyncLibrary/BXSyncUtils.h"
 #include "config/BXSyncConf.h"
 #include "platform/Url.h"
@@ -22,8 +23,11 @@ public:
         folder
     };
 
-    /// Both outlive this.
-    BXSyncServerFolder(const BXSyncConf& conf, BXSyncCommandRunning& runner) : conf_(conf), runner_(runner) {}
+    /// All outlive this; without a listing of the server `spellings` is null.
+    BXSyncServerFolder(const BXSyncConf& conf, BXSyncCommandRunning& runner, const BXSyncServerSpellings* spellings)
+        : conf_(conf), runner_(runner), spellings_(spellings)
+    {
+    }
 
     Url urlOf(const std::string& pathname) const;
     /// Asks what the entry is; `folderExpected` asks in the form for folders.
@@ -43,6 +47,7 @@ private:
 
     const BXSyncConf& conf_;
     BXSyncCommandRunning& runner_;
+    const BXSyncServerSpellings* const spellings_;
 };
 
 } // namespace tidemark

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <regex>
 
+#include "SyncLibrary/BXSyncAbort.h"
 #include "SyncLibrary/BXSyncFileWatcher.h"
 #include "SyncLibrary/BXSyncStatusMessage.h"
 #include "davclient/ASWDCmdGet.h"
@@ -74,10 +75,12 @@ bool isPartOf(const std::string& target, const BXSyncFileDataInfo* serverRecord)
 }
 
 /// The server carries `sent` in whole seconds. Against this record its copy is within the tolerance and any file of
-/// another time is not.
-dates::Seconds recordOfChangedFile(dates::Seconds sent, dates::Seconds present)
+/// another time is not. Nothing where the changed file has the very time that is carried: no record tells the two
+/// apart.
+std::optional<dates::Seconds> recordOfChangedFile(dates::Seconds sent, dates::Seconds present)
 {
     const auto carried = std::floor(sent);
+    if (present == carried) return std::nullopt;
     return present >= carried ? carried - BXSyncInspectFile::timeTolerance : carried + BXSyncInspectFile::timeTolerance;
 }
 
@@ -225,7 +228,8 @@ Status BXSyncTransfer::fetch(const std::string& pathname, const Url& url, const 
     if (auto recorded = run_.inflight.begin(pathname); !recorded)
         return failure(engineError("LOCALFILE_UNWRITABLE", recorded.error().description()));
     auto fetched = fetchInto(*target, url, serverRecord);
-    run_.inflight.end();
+    if (auto settled = run_.inflight.end(fetched.has_value()); !settled)
+        throw BXSyncAbort(BXSyncAbort::error, std::move(settled.error()));
     return fetched;
 }
 

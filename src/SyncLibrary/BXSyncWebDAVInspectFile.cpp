@@ -6,6 +6,7 @@
 #include "SyncLibrary/BXSyncMultistatusReader.h"
 #include "SyncLibrary/BXSyncUtils.h"
 #include "davclient/ASWDCmdPropBase.h"
+#include "platform/FileSystem.h"
 #include "platform/Unicode.h"
 
 namespace tidemark {
@@ -141,6 +142,7 @@ void BXSyncWebDAVInspectFile::startScan(const std::string& root)
 {
     root_ = canonicalBase(root);
     listedBytes_ = 0;
+    spellings_.clear();
 }
 
 std::int64_t BXSyncWebDAVInspectFile::searchFile(const std::string& folder, const std::string& basepath)
@@ -175,13 +177,21 @@ void BXSyncWebDAVInspectFile::reportExamined()
 std::int64_t BXSyncWebDAVInspectFile::checkItem(BXSyncWebDAVFileItem& item, const std::string& base,
                                                 bool checkRecursive)
 {
-    item.pathname = pathnameOf(item, base);
+    nameItem(item, base);
     if (item.pathname.size() > maximumPathname) {
         logger()->error("The server lists a path that is too long. path:{}", item.path);
         return -1;
     }
     if (item.isFolder) return checkDirItem(item, base, checkRecursive);
     return checkFileItem(item, base) ? 1 : 0;
+}
+
+void BXSyncWebDAVInspectFile::nameItem(BXSyncWebDAVFileItem& item, const std::string& base)
+{
+    item.pathname = pathnameOf(item, base);
+    const auto ownName = BXSyncUtils::stringByDecodingURLFormat(fs::lastPathComponent(item.path));
+    if (!ownName || *ownName == fs::lastPathComponent(item.pathname)) return;
+    if (const auto url = Url::parse(item.path)) spellings_.note(item.pathname, *url);
 }
 
 std::string BXSyncWebDAVInspectFile::pathnameOf(const BXSyncFileItem& item, const std::string& base)

@@ -10,6 +10,7 @@
 #include "SyncLibrary/BXSyncCommandRunning.h"
 #include "SyncLibrary/BXSyncInspectFile.h"
 #include "SyncLibrary/BXSyncProgressDelegate.h"
+#include "SyncLibrary/BXSyncServerSpellings.h"
 #include "SyncLibrary/BXSyncWebDAVFileItem.h"
 #include "platform/Url.h"
 
@@ -52,6 +53,9 @@ public:
     std::optional<Items> createWebDAVFileItems(const std::string& url, bool includeSelf = false);
 
     std::int64_t checkSyncInfo(const std::string& root, bool isAllUpdate = false) override;
+    /// Of what the last scan has listed.
+    const BXSyncServerSpellings& spellings() const { return spellings_; }
+
     using BXSyncInspectFile::searchFile;
     std::int64_t searchFile(const std::string& folder, const std::string& basepath) override;
 
@@ -71,10 +75,13 @@ protected:
     static std::string pathnameOf(const BXSyncFileItem& item, const std::string& base);
     /// Sets the item's pathname and classifies it; -1 for a failure.
     std::int64_t checkItem(BXSyncWebDAVFileItem& item, const std::string& base, bool checkRecursive);
+    /// Sets the item's pathname, and keeps the server's spelling of it where that is another.
+    void nameItem(BXSyncWebDAVFileItem& item, const std::string& base);
     /// Begins a scan below `root`.
     void startScan(const std::string& root);
     /// The root of the scan as items' URLs begin.
     const std::string& root() const { return root_; }
+    Url urlOf(const Url& base, const std::string& pathname) const { return spellings_.urlOf(base, pathname); }
 
 private:
     std::optional<Items> itemsOfAnswer(const Url& url, const Answer& answer, bool includeSelf);
@@ -86,6 +93,7 @@ private:
     BXSyncServerAccess server_;
     std::atomic<bool> cancel_ = false;
     std::string root_;
+    BXSyncServerSpellings spellings_;
     std::uint64_t listedBytes_ = 0;
     int depth_ = 0;
 };

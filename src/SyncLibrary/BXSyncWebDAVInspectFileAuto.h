@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,8 +24,13 @@ public:
 
 private:
     std::int64_t checkPath(const BXSyncModifiedItem& checkItem);
+    /// The path's own entry and what it holds; empty where the server does not have it.
+    std::optional<Items> listPath(const Url& base, const BXSyncModifiedItem& checkItem);
+    /// Lists the folders on the way to the path in which the server may hold a name in another spelling.
+    bool learnSpellings(const Url& base, const std::string& pathname);
 
     std::vector<BXSyncModifiedItem> checkItems_;
+    std::set<std::string> learnt_;
 };
 
 } // namespace tidemark

@@ -91,6 +91,13 @@ Status DurableReplacement::commit()
     return flushFolder(state_->target);
 }
 
+Status flushFileSystem(const std::string& folder)
+{
+    const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!opened || ::syncfs(opened.get()) != 0) return posixFailure(errno, folder);
+    return {};
+}
+
 Status replaceFile(const std::string& path, std::string_view content, unsigned mode)
 {
     auto replacement = DurableReplacement::begin(path, mode);

@@ -86,6 +86,9 @@ private:
 
 Status replaceFile(const std::string& path, std::string_view content, unsigned mode = 0600);
 
+/// Brings all that was written below the folder's file system to the disk: one flush for any number of files.
+Status flushFileSystem(const std::string& folder);
+
 /// An exclusive lock on a file, made when missing, held until destroyed; a lock whose owner died is free.
 class FileLock
 {

@@ -93,6 +93,12 @@ std::string toNfc(std::string_view utf8)
     return transform(utf8, UTF8PROC_STABLE | UTF8PROC_COMPOSE);
 }
 
+bool hasDecomposedForm(std::string_view utf8)
+{
+    if (std::ranges::all_of(utf8, [](char c) { return static_cast<unsigned char>(c) < 0x80; })) return false;
+    return transform(utf8, UTF8PROC_STABLE | UTF8PROC_DECOMPOSE) != toNfc(utf8);
+}
+
 std::string caseFold(std::string_view utf8)
 {
     return transform(utf8, UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD);

@@ -9,6 +9,8 @@ namespace tidemark {
 bool isUtf8(std::string_view bytes);
 /// Canonical composition. Bytes that are not UTF-8 come back as they are.
 std::string toNfc(std::string_view utf8);
+/// Whether canonical decomposition would spell the text differently than its canonical composition does.
+bool hasDecomposedForm(std::string_view utf8);
 /// Upper case folded for comparisons without regard to case.
 std::string caseFold(std::string_view utf8);
 /// Number of code points; bytes that are not UTF-8 count one each.

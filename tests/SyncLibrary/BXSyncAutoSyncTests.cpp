@@ -4,6 +4,7 @@
 
 #include "SyncLibrary/BXSyncAutoSyncManager.h"
 #include "SyncLibrary/BXSyncFileWatcher.h"
+#include "platform/FileSystem.h"
 #include "tests/support/SyncWorld.h"
 
 namespace tidemark::test {
@@ -60,6 +61,30 @@ TEST_F(AutoSync, carriesOnlyWhatWasNoted)
     EXPECT_EQ(client.sync(), Outcome::finished);
     EXPECT_EQ(client.items().size(), 1U); // the one that was not noted
     world.expectSettled();
+}
+
+TEST_F(AutoSync, keepsTheServersSpellingOfNames)
+{
+    const std::string onServer = "sync/cafe\u0301/e\u0301te\u0301.txt", here = "caf\u00e9/\u00e9t\u00e9.txt";
+    world.writeOnServer(onServer.substr(5), "1", at(0));
+    EXPECT_EQ(client.sync(), Outcome::finished);
+    EXPECT_EQ(client.local.content(here), "1");
+    world.expectQuiet(client);
+
+    client.local.write(here, "by a run", at(100));
+    EXPECT_EQ(client.sync(), Outcome::finished);
+    EXPECT_EQ(world.remote.content(onServer), "by a run");
+
+    client.local.write(here, "by a note", at(200));
+    client.local.write("caf\u00e9/n\u00e9w.txt", "1", at(200));
+    note(here);
+    note("caf\u00e9/n\u00e9w.txt");
+    auto manager = makeManager();
+    EXPECT_EQ(run(*manager), Outcome::finished);
+    EXPECT_EQ(world.remote.content(onServer), "by a note");
+    EXPECT_EQ(world.remote.content("sync/cafe\u0301/n\u00e9w.txt"), "1");
+    EXPECT_FALSE(fs::exists(world.remote.path("sync/caf\u00e9")));
+    world.expectQuiet(client);
 }
 
 TEST_F(AutoSync, asksTheServerNothingWithoutLocalChanges)

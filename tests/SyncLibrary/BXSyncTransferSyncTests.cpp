@@ -206,7 +206,7 @@ TEST_P(TransferSync, anInterruptedDownloadOfAProcessThatDiedIsNotUploaded)
         return Result<std::string>(client.local.root() + pathname);
     };
     {
-        BXSyncInflight dying(client.conf->syncinfoPath(), locate);
+        BXSyncInflight dying(client.conf->syncinfoPath(), client.conf->localPath(), locate);
         dying.plan({"/old.bin", "/other.bin"});
         ASSERT_TRUE(dying.begin("/old.bin"));
         client.local.write("old.bin", "whole n");
@@ -346,11 +346,11 @@ TEST(Inflight, suspectsWhatTheRecordCannotClear)
     const auto psi = state.path("x.psi");
     const auto locate = [&](const std::string& pathname) { return Result<std::string>(folder.root() + pathname); };
     const auto die = [&] {
-        BXSyncInflight dying(psi, locate, "start-1");
+        BXSyncInflight dying(psi, folder.root(), locate, "start-1");
         dying.plan({"/done", "/begun", "/untouched", "/edited", "/absent"});
         ASSERT_TRUE(dying.begin("/done"));
         folder.write("done", "new content");
-        dying.end();
+        ASSERT_TRUE(dying.end(true));
         ASSERT_TRUE(dying.begin("/begun"));
         folder.write("begun", "ne");
     };
@@ -366,9 +366,13 @@ TEST(Inflight, suspectsWhatTheRecordCannotClear)
     EXPECT_EQ(BXSyncInflight::recover(psi, locate, "start-2").value(),
               (std::vector<std::string>{"/done", "/begun", "/untouched"}));
     {
-        BXSyncInflight finished(psi, locate, "start-1");
+        BXSyncInflight finished(psi, folder.root(), locate, "start-1");
         ASSERT_TRUE(finished.begin("/edited"));
-        finished.end();
+        // As long as half of it is neither marked nor gone it stays on record.
+        folder.write("edited", "ha");
+        EXPECT_FALSE(finished.end(false));
+        ASSERT_TRUE(BXSyncUtils::addSuspendFlag(folder.path("edited")));
+        ASSERT_TRUE(finished.end(false));
     }
     EXPECT_FALSE(fs::exists(BXSyncInflight::pathFor(psi)));
 }
