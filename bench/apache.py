@@ -28,6 +28,7 @@ Group {group}
 KeepAlive On
 MaxKeepAliveRequests 0
 KeepAliveTimeout 60
+LimitRequestBody 0
 DAVLockDB "{folder}/lock/db"
 DocumentRoot "{folder}/files"
 <Directory "{folder}/files">

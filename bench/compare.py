@@ -29,6 +29,7 @@ class Bench:
         self.build = build
         self.tidemark = build / "src" / "tidemark"
         self.folder = folder
+        self.quick = quick
         self.folders = FOLDERS // 10 if quick else FOLDERS
         self.big = BIG // 10 if quick else BIG
 
@@ -147,6 +148,21 @@ def big_file(bench):
         server.stop()
 
 
+def requests(bench):
+    """Small requests on one connection; 0.8 of another's rate is 1.25 of its time."""
+    count = 1000 if bench.quick else 10000
+    for tls in (False, True):
+        server = Apache(bench.folder / f"server-{tls}", tls)
+        try:
+            url = server.collection("files") + "small"
+            (server.files / "files" / "small").write_text("small")
+            ours = run([bench.build / "bench" / "bench_requests", url, str(count)])
+            theirs = bench.curl([f'url = "{url}"\nhead\ninsecure\noutput = "/dev/null"'] * count)
+            row(f"{count} requests, {'https' if tls else 'http'}", ours, theirs, "curl", 1.25)
+        finally:
+            server.stop()
+
+
 def crypto(bench):
     """What encryption adds to one big file."""
     server = Apache(bench.folder / "server")
@@ -195,7 +211,8 @@ def micro(bench):
     subprocess.run([bench.build / "bench" / "bench_micro"], check=True)
 
 
-BENCHES = {"micro": [micro], "sync": [many_files, big_file], "crypto": [aes_streams, crypto]}
+BENCHES = {"micro": [micro], "sync": [many_files, big_file], "requests": [requests],
+           "crypto": [aes_streams, crypto]}
 
 
 def main():
