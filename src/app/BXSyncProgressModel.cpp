@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "app/SyncItems.h"
 #include "platform/FileSystem.h"
 #include "platform/Localization.h"
 
@@ -85,6 +86,18 @@ void BXSyncProgressModel::setTransferMeter(const BXSyncTransferMeter* meter)
     meter_ = meter;
 }
 
+void BXSyncProgressModel::setItems(SyncItems* items)
+{
+    std::lock_guard lock(mutex_);
+    items_ = items;
+}
+
+SyncItems* BXSyncProgressModel::items() const
+{
+    std::lock_guard lock(mutex_);
+    return items_;
+}
+
 void BXSyncProgressModel::setCancelHandler(std::function<void()> handler)
 {
     std::lock_guard lock(mutex_);
@@ -146,6 +159,16 @@ void BXSyncProgressModel::setListUpFiles()
     std::lock_guard lock(mutex_);
     ++values_.currentFiles;
     values_.stage = Stage::listing;
+}
+
+void BXSyncProgressModel::addSyncList(const std::vector<BXSyncFileDataInfo*>& records)
+{
+    if (auto* copies = items()) copies->addSyncList(records);
+}
+
+void BXSyncProgressModel::updatedFile(const BXSyncFileDataInfo& record)
+{
+    if (auto* copies = items()) copies->updatedFile(record);
 }
 
 void BXSyncProgressModel::setThread(const std::shared_ptr<ASWDCmd>&)

@@ -6,11 +6,14 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "SyncLibrary/BXSyncProgressDelegate.h"
 #include "platform/Clock.h"
 
 namespace tidemark {
+
+class SyncItems;
 
 /// How much of the command in flight has been moved, as the running manager tells it. Any thread.
 class BXSyncTransferMeter
@@ -50,6 +53,8 @@ public:
     void setPercentProgress(double percent, std::string label);
     /// The manager whose command is measured, or null. Not owned: taken away before it ends.
     void setTransferMeter(const BXSyncTransferMeter* meter);
+    /// Where the running manager's items are copied to, or null. Not owned.
+    void setItems(SyncItems* items);
 
     /// What cancelSync() calls, besides leaving its mark; the running manager's cancel.
     void setCancelHandler(std::function<void()> handler);
@@ -63,6 +68,8 @@ public:
                        bool progressReset) override;
     void addListUpFiles(std::int64_t count) override;
     void setListUpFiles() override;
+    void addSyncList(const std::vector<BXSyncFileDataInfo*>& records) override;
+    void updatedFile(const BXSyncFileDataInfo& record) override;
     void setThread(const std::shared_ptr<ASWDCmd>& command) override;
     void setFileName(const std::string& source, const std::string& destination, std::int64_t size) override;
     void setDeleteFileName(const std::string& path) override;
@@ -149,6 +156,8 @@ private:
         bool canceled = false;
     };
 
+    SyncItems* items() const;
+
     // All with the lock held.
     void beginItem(const std::string& path, std::uint64_t size);
     double secondsSinceStart() const;
@@ -162,6 +171,7 @@ private:
     mutable std::mutex mutex_; // guards all below
     Values values_;
     const BXSyncTransferMeter* meter_ = nullptr;
+    SyncItems* items_ = nullptr;
     std::function<void()> cancelHandler_;
 };
 

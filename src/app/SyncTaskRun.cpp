@@ -4,6 +4,7 @@
 
 #include "SyncLibrary/BXSyncAutoSyncManager.h"
 #include "SyncLibrary/BXSyncManager.h"
+#include "app/SyncItems.h"
 #include "config/BXSyncConfigManager.h"
 #include "config/BXSyncGlobalConf.h"
 #include "config/BXSyncTask.h"
@@ -24,6 +25,14 @@ std::unique_ptr<BXSyncManager> makeManager(const BXSyncTask& task, const SyncTas
     return std::make_unique<BXSyncManager>(task.conf, errorskip, std::move(surroundings));
 }
 
+/// On the manager's thread, which is the one that writes its report.
+std::string reasonOf(const BXSyncManager& manager, const std::string& pathname)
+{
+    const auto& errors = manager.report().itemErrors();
+    const auto found = errors.find(pathname);
+    return found == errors.end() ? std::string{} : errorText(found->second);
+}
+
 } // namespace
 
 class SyncTaskRun::Meter final : public BXSyncTransferMeter
@@ -38,17 +47,23 @@ private:
 };
 
 SyncTaskRun::SyncTaskRun(const BXSyncTask& task, const Outside& outside)
-    : conf_(task.conf), listup_(task.listup), progress_(outside.progress), manager_(makeManager(task, outside)),
-      meter_(std::make_unique<Meter>(*manager_))
+    : conf_(task.conf), listup_(task.listup), progress_(outside.progress), items_(outside.items),
+      manager_(makeManager(task, outside)), meter_(std::make_unique<Meter>(*manager_))
 {
     manager_->setProgressDelegate(&progress_);
     manager_->setConfirmDelegate(outside.confirmDelegate);
     progress_.setTransferMeter(meter_.get());
+    if (!items_) return;
+    items_->beginRun(task.name, [this](const std::string& pathname) { return reasonOf(*manager_, pathname); });
+    progress_.setItems(items_);
 }
 
 SyncTaskRun::~SyncTaskRun()
 {
     progress_.setTransferMeter(nullptr);
+    if (!items_) return;
+    progress_.setItems(nullptr);
+    items_->endRun();
 }
 
 bool SyncTaskRun::login(const BXSyncConf::LoginHandler& handler)

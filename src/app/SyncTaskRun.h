@@ -13,6 +13,7 @@ class BXSyncConfigManager;
 class BXSyncConfirmDelegate;
 class BXSyncGlobalConf;
 class BXSyncManager;
+class SyncItems;
 
 /// The run of a task against its server: an automatic one looks only at the watched paths.
 class SyncTaskRun final : public SequenceRun
@@ -25,6 +26,8 @@ public:
         const BXSyncGlobalConf& settings;
         BXSyncProgressModel& progress;
         BXSyncConfirmDelegate* confirmDelegate;
+        /// Where the items are copied to, or null.
+        SyncItems* items = nullptr;
     };
 
     SyncTaskRun(const BXSyncTask& task, const Outside& outside);
@@ -44,6 +47,7 @@ private:
     const std::shared_ptr<BXSyncConf> conf_;
     const bool listup_;
     BXSyncProgressModel& progress_;
+    SyncItems* const items_;
     mutable std::mutex mutex_; // guards cancelled_
     bool cancelled_ = false;
     const std::unique_ptr<BXSyncManager> manager_;

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "app/cli/SyncItem.h"
+#include "app/cli/Outcome.h"
 
 namespace tidemark {
 class BXSyncConf;

@@ -2,7 +2,7 @@
 
 #include "SyncLibrary/BXSyncFileDataInfo.h"
 #include "app/cli/Console.h"
-#include "app/cli/SyncItem.h"
+#include "app/cli/Outcome.h"
 
 namespace tidemark::cli {
 

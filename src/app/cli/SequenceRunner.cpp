@@ -1,7 +1,6 @@
 #include "app/cli/SequenceRunner.h"
 
 #include "SyncLibrary/BXSyncManager.h"
-#include "SyncLibrary/BXSyncUtils.h"
 #include "app/cli/Cancellation.h"
 #include "app/cli/Console.h"
 #include "app/cli/ProgressLine.h"
@@ -13,8 +12,6 @@
 namespace tidemark::cli {
 
 namespace {
-
-constexpr const char* messages = "TidemarkResource";
 
 /// Lets the progress follow the manager while this object lives.
 class MeteredManager : public BXSyncTransferMeter
@@ -43,13 +40,6 @@ std::optional<std::string> unfitness(const BXSyncConf& conf)
     if (conf.url().empty()) return "its server folder is no http or https URL: " + conf.serverURL();
     if (!fs::isFolder(conf.localPath())) return "its local folder is not there: " + conf.localPath();
     return std::nullopt;
-}
-
-std::string errorText(const BXSyncItemError& error)
-{
-    const auto text = BXSyncUtils::localizeAndReplacementMessage(error.message, messages, {});
-    if (!text.empty()) return text;
-    return error.log.empty() ? error.message : error.log;
 }
 
 std::vector<SyncItem> itemsOf(const BXSyncManager& manager)

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "app/cli/CommandContext.h"
+#include "app/cli/Outcome.h"
 #include "app/cli/RunProgress.h"
-#include "app/cli/SyncItem.h"
 #include "app/cli/TerminalConfirm.h"
 
 namespace tidemark {

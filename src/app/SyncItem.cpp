@@ -1,13 +1,16 @@
-#include "app/cli/SyncItem.h"
+#include "app/SyncItem.h"
 
 #include <algorithm>
 
 #include "SyncLibrary/BXSyncFileDataInfo.h"
-#include "app/cli/ProgressLine.h"
+#include "SyncLibrary/BXSyncRunReport.h"
+#include "SyncLibrary/BXSyncUtils.h"
 
-namespace tidemark::cli {
+namespace tidemark {
 
 namespace {
+
+constexpr const char* messages = "TidemarkResource";
 
 std::optional<Direction> directionOf(std::int64_t state)
 {
@@ -39,33 +42,6 @@ std::optional<Change> changeOf(std::int64_t state)
 std::optional<dates::Seconds> timeOf(dates::Seconds seconds)
 {
     return seconds > 0 ? std::optional(seconds) : std::nullopt;
-}
-
-std::string padded(std::string_view text, std::size_t width)
-{
-    std::string result(text);
-    result.resize(std::max(width, result.size()), ' ');
-    return result;
-}
-
-std::string sizeText(const SyncItem& item)
-{
-    if (item.folder) return "folder";
-    return item.change == Change::deleted ? ""
-                                          : byteText(static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0)));
-}
-
-std::string counted(std::size_t count, std::string_view what)
-{
-    return count == 0 ? std::string{} : std::to_string(count) + " " + std::string(what);
-}
-
-std::string joined(const std::vector<std::string>& parts)
-{
-    std::string text;
-    for (const auto& part : parts)
-        if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
-    return text;
 }
 
 } // namespace
@@ -116,21 +92,20 @@ std::optional<SyncItem> syncItem(const BXSyncFileDataInfo& record)
     return item;
 }
 
-std::string itemLine(const SyncItem& item)
+std::vector<SyncItem> syncItems(const std::vector<BXSyncFileDataInfo*>& records)
 {
-    return padded(word(item.direction), 9) + padded(word(item.change), 8) + padded(sizeText(item), 11) + item.path;
+    std::vector<SyncItem> items;
+    items.reserve(records.size());
+    for (const auto* record : records)
+        if (auto item = syncItem(*record)) items.push_back(std::move(*item));
+    return items;
 }
 
-std::string summary(const std::vector<SyncItem>& items)
+std::string errorText(const BXSyncItemError& error)
 {
-    const auto count = [&](Direction direction) {
-        return static_cast<std::size_t>(
-            std::ranges::count_if(items, [&](const SyncItem& item) { return item.direction == direction; }));
-    };
-    const auto conflicts = count(Direction::conflict);
-    const auto text = joined({counted(count(Direction::up), "up"), counted(count(Direction::down), "down"),
-                              counted(conflicts, conflicts == 1 ? "conflict" : "conflicts")});
-    return text.empty() ? "nothing to do" : text;
+    const auto text = BXSyncUtils::localizeAndReplacementMessage(error.message, messages, {});
+    if (!text.empty()) return text;
+    return error.log.empty() ? error.message : error.log;
 }
 
-} // namespace tidemark::cli
+} // namespace tidemark

@@ -3,16 +3,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "app/cli/ExitStatus.h"
 #include "platform/Dates.h"
 
 namespace tidemark {
-struct BXSyncFileDataInfo;
-}
 
-namespace tidemark::cli {
+struct BXSyncFileDataInfo;
+struct BXSyncItemError;
 
 enum class Direction
 {
@@ -45,24 +44,15 @@ struct SyncItem
     std::string error = {};
 };
 
-/// What became of one configuration.
-struct Outcome
-{
-    std::string name;
-    ExitStatus status = ExitStatus::done;
-    std::vector<SyncItem> items;
-};
-
 std::string_view word(Direction direction);
 std::string_view word(Change change);
 
 /// Nothing for a record that stands for no change.
 std::optional<SyncItem> syncItem(const BXSyncFileDataInfo& record);
+/// The records that stand for a change, in their order.
+std::vector<SyncItem> syncItems(const std::vector<BXSyncFileDataInfo*>& records);
 
-/// One line for people: direction, kind, size and path.
-std::string itemLine(const SyncItem& item);
+/// Why an item is not done, in the words of the user's language where there are any.
+std::string errorText(const BXSyncItemError& error);
 
-/// "3 up, 1 down, 1 conflict; 2 failed"; "nothing to do" without items.
-std::string summary(const std::vector<SyncItem>& items);
-
-} // namespace tidemark::cli
+} // namespace tidemark
