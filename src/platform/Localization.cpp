@@ -1,5 +1,6 @@
 #include "platform/Localization.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <mutex>
@@ -44,22 +45,40 @@ const Table* find(std::string_view language, std::string_view table)
     return byName == byLanguage->second.end() ? nullptr : &byName->second;
 }
 
-/// The language of the first variable that is set, as the C library chooses its messages.
-std::string environmentLanguage()
+/// "de" of "de_AT.UTF-8@euro".
+std::string_view languageOfLocale(std::string_view locale)
 {
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const char* value = std::getenv(name);
-        if (!value || !*value) continue;
-        auto language = std::string(value).substr(0, 2);
-        return std::string(allTables().contains(language) ? language : fallbackLanguage);
-    }
-    return std::string(fallbackLanguage);
+    return locale.substr(0, locale.find_first_of("_.@-"));
+}
+
+bool isUntranslated(std::string_view locale)
+{
+    const auto language = languageOfLocale(locale);
+    return language.empty() || language == "C" || language == "POSIX";
+}
+
+/// The locale itself where no languages are listed.
+std::string_view wantedLanguages(const Environment& environment)
+{
+    const auto& locale = !environment.lcAll.empty()        ? environment.lcAll
+                         : !environment.lcMessages.empty() ? environment.lcMessages
+                                                           : environment.lang;
+    return environment.language.empty() || isUntranslated(locale) ? locale : environment.language;
+}
+
+std::string variable(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value ? value : "";
 }
 
 struct Chosen
 {
     std::mutex mutex; // guards language
-    std::string language = environmentLanguage();
+    std::string language = languageFor({.lcAll = variable("LC_ALL"),
+                                        .lcMessages = variable("LC_MESSAGES"),
+                                        .lang = variable("LANG"),
+                                        .language = variable("LANGUAGE")});
 };
 
 Chosen& chosen()
@@ -69,6 +88,18 @@ Chosen& chosen()
 }
 
 } // namespace
+
+std::string languageFor(const Environment& environment)
+{
+    auto rest = wantedLanguages(environment);
+    while (!rest.empty()) {
+        const auto end = std::min(rest.find(':'), rest.size());
+        const auto language = languageOfLocale(rest.substr(0, end));
+        if (allTables().contains(language)) return std::string(language);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return std::string(fallbackLanguage);
+}
 
 std::string text(std::string_view table, std::string_view key)
 {

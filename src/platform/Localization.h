@@ -10,9 +10,23 @@ namespace tidemark::Localization {
 /// "" where no language has the key. Any thread.
 std::string text(std::string_view table, std::string_view key);
 
-/// A two-letter language; "en" until set, unless LC_ALL, LC_MESSAGES or LANG name one that has tables.
+/// A language such as "de". Until set, the one that the environment asks for.
 void setLanguage(std::string language);
 std::string language();
+
+/// The variables of the environment that choose the language of messages; "" where one is not set.
+struct Environment
+{
+    std::string lcAll{};
+    std::string lcMessages{};
+    std::string lang{};
+    std::string language{};
+};
+
+/// The language with tables that the variables ask for, whether or not the system has that locale. The locale is the
+/// first of LC_ALL, LC_MESSAGES and LANG that is set. LANGUAGE, a list such as "de_AT:fr", goes before it, except
+/// before the locale "C", which means English.
+std::string languageFor(const Environment& environment);
 
 std::vector<std::string> languages();
 std::vector<std::string> tables();

@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <regex>
@@ -32,25 +32,61 @@ TEST(Localization, EveryTextIsWellFormed)
             }
 }
 
-TEST(Localization, EveryLanguageFillsTheFieldsOfEnglish)
+TEST(Localization, EveryLanguageHasTheKeysOfEnglish)
 {
+    ASSERT_THAT(Localization::languages(), ::testing::ElementsAre("de", "en"));
     for (const auto& language : Localization::languages())
         for (const auto& table : Localization::tables())
-            for (const auto& key : Localization::keys(language, table)) {
-                auto own = fieldsOf(Localization::text(language, table, key));
-                auto english = fieldsOf(Localization::text("en", table, key));
-                std::sort(own.begin(), own.end());
-                std::sort(english.begin(), english.end());
-                EXPECT_EQ(own, english) << language << " " << table << " " << key;
-            }
+            EXPECT_EQ(Localization::keys(language, table), Localization::keys("en", table)) << language << " " << table;
+}
+
+TEST(Localization, EveryLanguageFillsTheFieldsOfEnglish)
+{
+    // Another language may put the named fields into another order; the others are filled one by one.
+    const auto namedFirst = [](Fields fields) {
+        const auto named = [](const std::string& field) { return field.starts_with("${"); };
+        std::sort(fields.begin(), std::stable_partition(fields.begin(), fields.end(), named));
+        return fields;
+    };
+    for (const auto& language : Localization::languages())
+        for (const auto& table : Localization::tables())
+            for (const auto& key : Localization::keys(language, table))
+                EXPECT_EQ(namedFirst(fieldsOf(Localization::text(language, table, key))),
+                          namedFirst(fieldsOf(Localization::text("en", table, key))))
+                    << language << " " << table << " " << key;
 }
 
 TEST(Localization, BothMessageTablesSayTheSame)
 {
     auto keys = Localization::keys("en", "bxsync");
     EXPECT_GT(keys.size(), 40u);
-    for (const auto& key : keys)
-        EXPECT_EQ(Localization::text("bxsync", key), Localization::text("TidemarkResource", key)) << key;
+    for (const auto& language : Localization::languages())
+        for (const auto& key : keys)
+            EXPECT_EQ(Localization::text(language, "bxsync", key),
+                      Localization::text(language, "TidemarkResource", key))
+                << language << " " << key;
+}
+
+TEST(Localization, TheEnvironmentChoosesTheLanguage)
+{
+    using Localization::languageFor;
+    EXPECT_EQ(languageFor({}), "en");
+    EXPECT_EQ(languageFor({.lang = "de_DE.UTF-8"}), "de");
+    EXPECT_EQ(languageFor({.lang = "de"}), "de");
+    EXPECT_EQ(languageFor({.lang = "de@euro"}), "de");
+    EXPECT_EQ(languageFor({.lang = "fr_FR.UTF-8"}), "en");
+    EXPECT_EQ(languageFor({.lang = "den_CA"}), "en") << "another language that begins like it";
+
+    EXPECT_EQ(languageFor({.lcMessages = "de_AT", .lang = "en_GB"}), "de");
+    EXPECT_EQ(languageFor({.lcAll = "en_GB", .lcMessages = "de_AT", .lang = "de_AT"}), "en");
+    EXPECT_EQ(languageFor({.lcAll = "C", .lang = "de_DE"}), "en");
+
+    EXPECT_EQ(languageFor({.lang = "en_US", .language = "fr:de_AT:en"}), "de");
+    EXPECT_EQ(languageFor({.lang = "de_DE", .language = "en_GB:de"}), "en");
+    EXPECT_EQ(languageFor({.lang = "de_DE", .language = "fr"}), "en");
+    EXPECT_EQ(languageFor({.lang = "de_DE", .language = ":"}), "en");
+    for (const char* untranslated : {"", "C", "C.UTF-8", "POSIX"})
+        EXPECT_EQ(languageFor({.lang = untranslated, .language = "de"}), "en") << untranslated;
 }
 
 TEST(Localization, TextsTakeWhatTheProgramFillsIn)
@@ -67,7 +103,7 @@ TEST(Localization, TextsTakeWhatTheProgramFillsIn)
 
 TEST(Localization, AnotherLanguageFallsBackKeyByKey)
 {
-    auto before = Localization::language();
+    const auto before = Localization::language();
     Localization::setLanguage("xx");
     EXPECT_EQ(Localization::text("TidemarkResource", "CANCEL"), "Cancel");
     EXPECT_EQ(Localization::text("xx", "TidemarkResource", "CANCEL"), "");
