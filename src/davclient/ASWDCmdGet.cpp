@@ -146,7 +146,7 @@ std::unique_ptr<OutputStream> ASWDCmdGet::generateStream(const HttpResponseHead&
     if (!encryptKey_.empty()) return std::make_unique<BXSyncAESOutputStream>(localFile_, encryptKey_, true);
     const bool continues = sentBytes() > 0 && rangeStart_ && response.statusCode == 206;
     if (!continues) setSentBytes(0);
-    return makeFileOutputStream(localFile_, continues);
+    return makeBufferedFileOutputStream(localFile_, continues);
 }
 
 std::optional<std::string> ASWDCmdGet::refusal(const HttpResponseHead& response) const

@@ -1,8 +1,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
+#include <vector>
 
 #include "platform/FileDescriptor.h"
 #include "platform/Streams.h"
@@ -125,11 +127,60 @@ private:
     std::optional<Error> error_;
 };
 
+/// Whole pages at page boundaries cost the system much less than pieces that straddle them.
+class BufferedOutputStream : public OutputStream
+{
+public:
+    explicit BufferedOutputStream(std::unique_ptr<OutputStream> target) : target_(std::move(target)) {}
+    ~BufferedOutputStream() override { flush(); }
+
+    bool open() override { return target_->open(); }
+
+    bool write(std::span<const std::byte> bytes) override
+    {
+        if (target_->streamStatus() != StreamStatus::open) return false;
+        while (!bytes.empty()) {
+            const auto piece = bytes.first(std::min(bytes.size(), capacity - buffer_.size()));
+            buffer_.insert(buffer_.end(), piece.begin(), piece.end());
+            bytes = bytes.subspan(piece.size());
+            if (buffer_.size() == capacity && !flush()) return false;
+        }
+        return true;
+    }
+
+    bool close() override
+    {
+        const bool flushed = flush();
+        return target_->close() && flushed;
+    }
+
+    StreamStatus streamStatus() const override { return target_->streamStatus(); }
+    const Error* streamError() const override { return target_->streamError(); }
+
+private:
+    static constexpr std::size_t capacity = 128 * 1024;
+
+    bool flush()
+    {
+        const bool written = buffer_.empty() || target_->write(buffer_);
+        buffer_.clear();
+        return written;
+    }
+
+    std::unique_ptr<OutputStream> target_;
+    std::vector<std::byte> buffer_;
+};
+
 } // namespace
 
 std::unique_ptr<InputStream> makeFileInputStream(std::string path)
 {
     return std::make_unique<FileInputStream>(std::move(path));
+}
+
+std::unique_ptr<OutputStream> makeBufferedFileOutputStream(std::string path, bool append)
+{
+    return std::make_unique<BufferedOutputStream>(makeFileOutputStream(std::move(path), append));
 }
 
 std::unique_ptr<OutputStream> makeFileOutputStream(std::string path, bool append)

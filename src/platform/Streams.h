@@ -52,6 +52,9 @@ public:
 std::unique_ptr<InputStream> makeFileInputStream(std::string path);
 /// `append` false truncates. The file is created with mode 0644 less the umask.
 std::unique_ptr<OutputStream> makeFileOutputStream(std::string path, bool append);
+/// The same for many small pieces: they reach the file in large ones, so a failure may show at a later write or in
+/// close(). Destroyed unclosed it still writes what it has.
+std::unique_ptr<OutputStream> makeBufferedFileOutputStream(std::string path, bool append);
 /// `bytes` is shared, not copied.
 std::unique_ptr<InputStream> makeMemoryInputStream(std::shared_ptr<const std::string> bytes);
 std::unique_ptr<OutputStream> makeMemoryOutputStream(std::shared_ptr<std::string> target);

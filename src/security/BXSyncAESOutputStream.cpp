@@ -12,7 +12,7 @@ constexpr std::size_t pieceLimit = 256 * 1024;
 } // namespace
 
 BXSyncAESOutputStream::BXSyncAESOutputStream(std::string path, std::string encryptKey, bool modeDecrypt)
-    : os_(makeFileOutputStream(std::move(path), false)), encryptKey_(std::move(encryptKey)),
+    : os_(makeBufferedFileOutputStream(std::move(path), false)), encryptKey_(std::move(encryptKey)),
       mode_(modeDecrypt ? AesCipher::Direction::decrypt : AesCipher::Direction::encrypt)
 {
 }
