@@ -124,10 +124,13 @@ bool ProgramRun::readSome()
 
 bool ProgramRun::waitFor(const std::string& text)
 {
-    const auto isThere = [&] {
-        return output_.find(text) != std::string::npos || messages_.find(text) != std::string::npos;
-    };
-    while (!isThere())
+    return waitUntil(
+        [&] { return output_.find(text) != std::string::npos || messages_.find(text) != std::string::npos; });
+}
+
+bool ProgramRun::waitUntil(const std::function<bool()>& condition)
+{
+    while (!condition())
         if (!readSome()) return false;
     return true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -27,9 +28,12 @@ public:
 
     /// Reads until `text` has been written; false where the program, or the patience for it, has ended before.
     bool waitFor(const std::string& text);
+    /// The same for any condition; it is asked at once and after whatever is written.
+    bool waitUntil(const std::function<bool()>& condition);
     /// What a person types.
     void type(const std::string& text);
     void signal(int number);
+    pid_t processId() const { return pid_; }
     /// Reads the rest; the exit status, or -1 where a signal ended it.
     int finish();
 
