@@ -2,6 +2,7 @@
 // there.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "SyncLibrary/BXSyncRunLock.h"
 #include "tests/support/SyncWorld.h"
@@ -211,13 +212,30 @@ TEST_P(RunSync, aMissingLocalFolderDeletesNothing)
 
 TEST_P(RunSync, manyFilesShareAConnectionPerThread)
 {
-    for (int i = 0; i < 60; ++i)
+    const int files = world.isProduct() ? 10'000 : 60;
+    for (int i = 0; i < files; ++i)
         client.local.write("d" + std::to_string(i % 6) + "/f" + std::to_string(i), std::to_string(i));
     SyncClient other(world.server->url("sync"));
     EXPECT_EQ(client.sync(), Outcome::finished);
     EXPECT_EQ(other.sync(), Outcome::finished);
     EXPECT_LE(world.server->connectionCount(), 6U); // signing in, listing and transferring, twice
+    EXPECT_EQ(world.requests("GET"), static_cast<std::size_t>(files));
     EXPECT_EQ(other.local.read(), client.local.read());
+}
+
+TEST_P(RunSync, aListingWithoutEndIsAnError)
+{
+    client.local.write("a.txt", "1", at(0));
+    ASSERT_EQ(client.sync(), Outcome::finished);
+    client.reconnect = {false, 0, 0};
+    world.server->addFault({"PROPFIND", "*/sync/", devserver::fault::EndlessBody{"<D:response/>", 1 << 30}, 1});
+    EXPECT_EQ(client.sync(), Outcome::connectionFailed);
+    EXPECT_TRUE(client.hasLogged("Error Checking Update Server Files."));
+    struct rusage usage = {};
+    ASSERT_EQ(::getrusage(RUSAGE_SELF, &usage), 0);
+    EXPECT_LT(usage.ru_maxrss, 900 * 1024) << "kilobytes at the peak";
+    EXPECT_EQ(client.local.content("a.txt"), "1");
+    world.expectSettled();
 }
 
 struct StatusRow
