@@ -120,10 +120,14 @@ BXSyncMaintenanceMenu::Outcome BXSyncMaintenanceMenu::reset(const std::vector<st
 BXSyncMaintenanceMenu::Outcome BXSyncMaintenanceMenu::download(const std::vector<std::string>& names)
 {
     TaskList tasks;
+    std::vector<Hold> holds;
     for (const auto& conf : configurations(names)) {
-        if (!forgetState(*conf) || !emptyLocalFolder(conf->localPath())) return Outcome::stopped;
+        auto hold = forgetState(*conf);
+        if (!hold || !emptyLocalFolder(conf->localPath())) return Outcome::stopped;
+        holds.push_back(std::move(*hold));
         tasks.push_back(taskFor(conf));
     }
+    holds.clear();
     topMenu_.syncStart(std::move(tasks), false, false);
     return Outcome::done;
 }
@@ -131,23 +135,26 @@ BXSyncMaintenanceMenu::Outcome BXSyncMaintenanceMenu::download(const std::vector
 BXSyncMaintenanceMenu::Outcome BXSyncMaintenanceMenu::upload(const std::vector<std::string>& names)
 {
     TaskList tasks;
+    std::vector<Hold> holds;
     for (const auto& conf : configurations(names)) {
-        if (!serverFileDelete(conf)) return Outcome::stopped;
+        if (!serverFileDelete(conf, holds)) return Outcome::stopped;
         tasks.push_back(taskFor(conf));
     }
+    holds.clear();
     topMenu_.syncStart(std::move(tasks), false, false);
     return Outcome::done;
 }
 
-bool BXSyncMaintenanceMenu::forgetState(const BXSyncConf& conf)
+std::optional<BXSyncMaintenanceMenu::Hold> BXSyncMaintenanceMenu::forgetState(const BXSyncConf& conf)
 {
-    const auto lock = BXSyncRunLock::tryAcquire(conf.syncinfoPath());
+    auto lock = BXSyncRunLock::tryAcquire(conf.syncinfoPath());
     if (lock && !*lock) {
         BXTidemarkUtils::showErrorAlert("ALREADY_SYNC_EXECUTEING");
-        return false;
+        return std::nullopt;
     }
-    if (lock && (!fs::exists(conf.syncinfoPath()) || fs::removeFile(conf.syncinfoPath()))) return true;
-    return goesOnWithout(conf.syncinfoPath());
+    const bool removed = lock && (!fs::exists(conf.syncinfoPath()) || fs::removeFile(conf.syncinfoPath()));
+    if (!removed && !goesOnWithout(conf.syncinfoPath())) return std::nullopt;
+    return lock ? std::move(*lock) : nullptr;
 }
 
 bool BXSyncMaintenanceMenu::emptyLocalFolder(const std::string& localPath)
@@ -161,7 +168,7 @@ bool BXSyncMaintenanceMenu::emptyLocalFolder(const std::string& localPath)
     return true;
 }
 
-bool BXSyncMaintenanceMenu::serverFileDelete(const std::shared_ptr<BXSyncConf>& conf)
+bool BXSyncMaintenanceMenu::serverFileDelete(const std::shared_ptr<BXSyncConf>& conf, std::vector<Hold>& holds)
 {
     std::atomic<bool> goesOn = false;
     auto askForLogin = [this](BXSyncConf& asked, LoginReason reason) {
@@ -169,9 +176,13 @@ bool BXSyncMaintenanceMenu::serverFileDelete(const std::shared_ptr<BXSyncConf>& 
         BXTidemarkUtils::execMainThread([&] { answer = frontEnd_.loginDialog(asked, reason); });
         return answer;
     };
+    auto forget = [&holds, conf] {
+        auto hold = forgetState(*conf);
+        if (hold) holds.push_back(std::move(*hold));
+        return hold.has_value();
+    };
     NamedThread thread(
-        "ServerFileDelete",
-        [&] { goesOn = ServerFolderEmptying(conf, askForLogin, [conf] { return forgetState(*conf); }).run(); },
+        "ServerFileDelete", [&] { goesOn = ServerFolderEmptying(conf, askForLogin, forget).run(); },
         [this] { frontEnd_.wakeMainLoop(); });
     frontEnd_.runMainLoopUntil([&thread] { return thread.isFinished(); });
     return goesOn;

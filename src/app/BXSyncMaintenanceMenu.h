@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 namespace tidemark {
 
 class BXSyncConfigManager;
+class BXSyncRunLock;
 class BXSyncTopMenu;
 
 /// The destructive operations over configurations: forget the sync state, make the local side a copy of the server,
@@ -53,11 +55,14 @@ private:
     Outcome reset(const std::vector<std::string>& names);
     Outcome download(const std::vector<std::string>& names);
     Outcome upload(const std::vector<std::string>& names);
-    /// Removes the sync-info file while no run uses it; false when that is not possible.
-    static bool forgetState(const BXSyncConf& conf);
+    /// Keeps the runs of a configuration away, whichever program would start them.
+    using Hold = std::unique_ptr<BXSyncRunLock>;
+    /// Removes the sync-info file; nothing when the operation is to stop. A run between that and the end of the
+    /// operation would take what is half removed for a person's deletions: the holds last until then.
+    static std::optional<Hold> forgetState(const BXSyncConf& conf);
     static bool emptyLocalFolder(const std::string& localPath);
     /// False when the person, or a failure, stops the operation.
-    bool serverFileDelete(const std::shared_ptr<BXSyncConf>& conf);
+    bool serverFileDelete(const std::shared_ptr<BXSyncConf>& conf, std::vector<Hold>& holds);
 
     BXSyncTopMenu& topMenu_;
     BXSyncConfigManager& store_;
