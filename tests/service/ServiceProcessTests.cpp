@@ -256,6 +256,25 @@ TEST_F(ServiceProcess, SaysWhatItDoes)
     EXPECT_EQ(socket.st_mode & 0077, 0U);
 }
 
+TEST_F(ServiceProcess, AsksNobodyNotEvenAtATerminal)
+{
+    local.make({{"a.txt", file("a", at(0))}, {"b.txt", file("b", at(0))}});
+    create();
+    ASSERT_EQ(tidemark({"sync"}), 0) << messages;
+    ASSERT_EQ(tidemark({"config", "set", "work", "--on-local-delete", "confirm"}), 0) << messages;
+    service = std::make_unique<ProgramRun>(withConfig({"run"}), state.root(), std::string{},
+                                           ProgramRun::Connection::terminal);
+    ASSERT_TRUE(watcherBecomes("work", "watching"));
+    local.remove("a.txt");
+    EXPECT_TRUE(service->waitFor("work: cancelled"));
+    EXPECT_TRUE(remote.exists("sync/a.txt"));
+    EXPECT_EQ(stop(), 0);
+
+    start({"--on-delete", "delete"});
+    local.remove("b.txt");
+    EXPECT_TRUE(runsUntil([this] { return !remote.exists("sync/b.txt"); })) << service->messages();
+}
+
 TEST_F(ServiceProcess, ASecondOneIsRefusedAndToldWhoServes)
 {
     create();

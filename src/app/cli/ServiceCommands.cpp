@@ -3,6 +3,7 @@
 #include "app/SyncService.h"
 #include "app/cli/Cancellation.h"
 #include "app/cli/Console.h"
+#include "app/cli/Terminal.h"
 #include "app/cli/TerminalConfirm.h"
 #include "config/BXSyncConfigManager.h"
 #include "config/BXSyncGlobalConf.h"
@@ -10,6 +11,19 @@
 namespace tidemark::cli {
 
 namespace {
+
+/// A service that was started at a terminal asks nobody either: a question would hold up all that follows.
+class NobodyToAsk final : public Terminal
+{
+public:
+    bool isInteractive() const override { return false; }
+    bool showsProgress() const override { return false; }
+    bool showsColours() const override { return false; }
+    std::size_t columns() const override { return 0; }
+    std::optional<std::string> readLine() override { return std::nullopt; }
+    std::optional<std::string> readSecret(const std::function<void()>&) override { return std::nullopt; }
+    Wait waitForReturn(std::chrono::milliseconds) override { return Wait::elapsed; }
+};
 
 std::string timeText(const std::optional<dates::Time>& time)
 {
@@ -29,7 +43,9 @@ std::string statusLine(const ServiceStatus::Configuration& configuration)
 
 ExitStatus run(const Serve& command, BXSyncConfigManager& store, CommandContext& context)
 {
-    TerminalConfirm confirm(context, {command.onDelete, command.onConflict, true});
+    NobodyToAsk nobody;
+    CommandContext unattended{context.console, nobody, context.cancellation, context.clock, context.workingDirectory};
+    TerminalConfirm confirm(unattended, {command.onDelete, command.onConflict, true});
     SyncService service({store, BXSyncGlobalConf::getInstance(), context.clock, confirm,
                          [&context](const std::string& text) { context.console.notice(text); }},
                         "tidemark run");
