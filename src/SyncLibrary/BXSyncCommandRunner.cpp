@@ -129,9 +129,10 @@ bool BXSyncCommandRunner::run(ASWDCmd& command, Attempts& attempts)
 
 bool BXSyncCommandRunner::execute(ASWDCmd& command, Attempts& attempts)
 {
-    bool completed = false;
-    command.setCompleteEventHandler([&completed] { completed = true; });
-    if (!command.execute()) {
+    bool completed = command.executedHandler();
+    const bool isSent = completed || command.isRunning();
+    if (!completed) command.setCompleteEventHandler([&completed] { completed = true; });
+    if (!isSent && !command.execute()) {
         const auto local = localFailure(command);
         attempts.error = local.value_or(BXSyncStatusMessage::notConnected(command.remoteURL().absoluteString()));
         if (local) attempts.mayReconnect = false;

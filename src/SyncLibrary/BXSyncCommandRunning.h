@@ -14,7 +14,8 @@ class ASWDCmd;
 class BXSyncCommandRunning
 {
 public:
-    /// Makes a fresh command that has not been executed; null when it cannot be made. Called once per attempt.
+    /// Makes a fresh command; null when it cannot be made. Called once per attempt. A command that has been executed on
+    /// this thread already, in order to be under way early, is not executed again.
     using CommandFactory = std::function<std::shared_ptr<ASWDCmd>()>;
     /// Whether `status` of the executed command means success for this request. Called at most once; never for 0, 500
     /// and 503.

@@ -7,6 +7,7 @@
 #include "SyncLibrary/BXSyncUtils.h"
 #include "davclient/ASWDCmdPropBase.h"
 #include "platform/FileSystem.h"
+#include "platform/RunLoop.h"
 #include "platform/Unicode.h"
 
 namespace tidemark {
@@ -34,6 +35,11 @@ std::uint64_t memoryOf(const BXSyncWebDAVFileItem& item)
     return sizeof(BXSyncFileDataInfo) + 2 * item.path.size();
 }
 
+bool isFolder(const BXSyncWebDAVFileItem& item)
+{
+    return item.isFolder;
+}
+
 /// Counts a level of folders for as long as it lives.
 class Level
 {
@@ -52,6 +58,15 @@ private:
 BXSyncWebDAVInspectFile::BXSyncWebDAVInspectFile(BXSyncServerAccess server, std::shared_ptr<LogFacade> logger)
     : BXSyncInspectFile(std::move(logger)), server_(std::move(server))
 {
+}
+
+BXSyncWebDAVInspectFile::~BXSyncWebDAVInspectFile() = default;
+
+void BXSyncWebDAVInspectFile::setCancel(bool value)
+{
+    cancel_ = value;
+    std::lock_guard lock(loopMutex_);
+    if (value && loop_) loop_->wake();
 }
 
 std::optional<BXSyncWebDAVInspectFile::Items> BXSyncWebDAVInspectFile::createWebDAVFileItems(const std::string& url,
@@ -90,10 +105,19 @@ bool BXSyncWebDAVInspectFile::isSynchronised(const Url& url) const
 
 Result<BXSyncWebDAVInspectFile::Answer> BXSyncWebDAVInspectFile::requestListing(const Url& url, bool probing)
 {
+    if (ahead_ && ahead_->remoteURL() != url) settleAhead();
+    if (early_ && early_->first == url && !probing) return std::exchange(early_, std::nullopt)->second;
+    auto answer = receive(url, probing);
+    const auto next = std::exchange(next_, std::nullopt);
+    if (answer && next && !early_ && !cancel()) sendAhead(next->withTrailingSlash());
+    return answer;
+}
+
+Result<BXSyncWebDAVInspectFile::Answer> BXSyncWebDAVInspectFile::receive(const Url& url, bool probing)
+{
     std::shared_ptr<ASWDCmdPropFind> command;
     const auto make = [&]() -> std::shared_ptr<ASWDCmd> {
-        command = std::make_shared<ASWDCmdPropFind>(url, server_.connectInfo);
-        command->setRequestBody(BXSyncMultistatusReader::requestBody());
+        command = ahead_ ? std::exchange(ahead_, nullptr) : makeListing(url);
         return command;
     };
     const auto accept = [&](ASWDCmd&, int status) {
@@ -102,6 +126,34 @@ Result<BXSyncWebDAVInspectFile::Answer> BXSyncWebDAVInspectFile::requestListing(
     const auto executed = server_.runner.davConnect(make, accept);
     if (!executed) return failure(executed.error());
     return Answer{command->statusCode(), command->responseBody()};
+}
+
+std::shared_ptr<ASWDCmdPropFind> BXSyncWebDAVInspectFile::makeListing(const Url& url) const
+{
+    auto command = std::make_shared<ASWDCmdPropFind>(url, server_.connectInfo);
+    command->setRequestBody(BXSyncMultistatusReader::requestBody());
+    return command;
+}
+
+/// A request that fails is not looked at here: whoever asks for the folder finds out.
+void BXSyncWebDAVInspectFile::sendAhead(const Url& url)
+{
+    auto command = makeListing(url);
+    if (!command->execute()) return;
+    ahead_ = command;
+    const auto isOut = [&] {
+        const auto connection = command->connection();
+        return command->executedHandler() || cancel() ||
+               connection->processedRequestBodyBytes().value_or(0) >= command->requestBody().size();
+    };
+    RunLoop::current()->runUntil(isOut);
+}
+
+/// One connection serves the scan: another request waits until the one ahead has its answer.
+void BXSyncWebDAVInspectFile::settleAhead()
+{
+    const auto url = ahead_->remoteURL();
+    early_.emplace(url, receive(url, false));
 }
 
 std::optional<BXSyncWebDAVInspectFile::Items>
@@ -135,7 +187,16 @@ std::optional<BXSyncWebDAVInspectFile::Items> BXSyncWebDAVInspectFile::admit(con
 std::int64_t BXSyncWebDAVInspectFile::checkSyncInfo(const std::string& root, bool isAllUpdate)
 {
     startScan(root);
-    return BXSyncInspectFile::checkSyncInfo(root_, isAllUpdate);
+    const auto count = BXSyncInspectFile::checkSyncInfo(root_, isAllUpdate);
+    endScan();
+    return count;
+}
+
+void BXSyncWebDAVInspectFile::endScan()
+{
+    next_.reset();
+    ahead_.reset();
+    early_.reset();
 }
 
 void BXSyncWebDAVInspectFile::startScan(const std::string& root)
@@ -143,6 +204,8 @@ void BXSyncWebDAVInspectFile::startScan(const std::string& root)
     root_ = canonicalBase(root);
     listedBytes_ = 0;
     spellings_.clear();
+    std::lock_guard lock(loopMutex_);
+    loop_ = RunLoop::current();
 }
 
 std::int64_t BXSyncWebDAVInspectFile::searchFile(const std::string& folder, const std::string& basepath)
@@ -158,13 +221,21 @@ std::int64_t BXSyncWebDAVInspectFile::searchFile(const std::string& folder, cons
     if (server_.progress != nullptr) server_.progress->addListUpFiles(static_cast<std::int64_t>(items->size()));
     const auto base = canonicalBase(basepath);
     std::int64_t count = 0;
-    for (auto& item : *items) {
+    for (auto item = items->begin(); item != items->end(); ++item) {
         reportExamined();
-        const auto own = checkItem(item, base, true);
+        if (item->isFolder) expectNext(std::find_if(item + 1, items->end(), isFolder), items->end());
+        const auto own = checkItem(*item, base, true);
         if (own < 0) return -1;
         count += own;
     }
     return count;
+}
+
+void BXSyncWebDAVInspectFile::expectNext(Items::const_iterator next, Items::const_iterator end)
+{
+    next_.reset();
+    if (next == end) return;
+    if (auto url = Url::parse(next->path)) next_ = std::move(*url);
 }
 
 void BXSyncWebDAVInspectFile::reportExamined()

@@ -3,8 +3,10 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "SyncLibrary/BXSyncCommandRunning.h"
@@ -17,6 +19,8 @@
 namespace tidemark {
 
 class ASHttpConnectInfo;
+class ASWDCmdPropFind;
+class RunLoop;
 
 /// The server of a configuration as an inspector needs it.
 struct BXSyncServerAccess
@@ -43,10 +47,11 @@ public:
     using Items = std::vector<BXSyncWebDAVFileItem>;
 
     BXSyncWebDAVInspectFile(BXSyncServerAccess server, std::shared_ptr<LogFacade> logger);
+    ~BXSyncWebDAVInspectFile() override;
 
     /// Once set, folders not yet listed are not listed and count 0. Any thread.
     bool cancel() const { return cancel_; }
-    void setCancel(bool value) { cancel_ = value; }
+    void setCancel(bool value);
 
     /// The entries of one folder; nothing after a failure, which has been logged. With includeSelf the folder's own
     /// entry comes too, a single file may be asked for, and a path that is not there gives an empty list.
@@ -79,6 +84,8 @@ protected:
     void nameItem(BXSyncWebDAVFileItem& item, const std::string& base);
     /// Begins a scan below `root`.
     void startScan(const std::string& root);
+    /// On the scan's thread, which serves what is still under way.
+    void endScan();
     /// The root of the scan as items' URLs begin.
     const std::string& root() const { return root_; }
     Url urlOf(const Url& base, const std::string& pathname) const { return spellings_.urlOf(base, pathname); }
@@ -87,6 +94,11 @@ private:
     std::optional<Items> itemsOfAnswer(const Url& url, const Answer& answer, bool includeSelf);
     std::optional<Items> admit(const Url& url, Items items);
     Result<Answer> requestEither(const Url& url);
+    Result<Answer> receive(const Url& url, bool probing);
+    std::shared_ptr<ASWDCmdPropFind> makeListing(const Url& url) const;
+    void sendAhead(const Url& url);
+    void settleAhead();
+    void expectNext(Items::const_iterator next, Items::const_iterator end);
     bool isSynchronised(const Url& url) const;
     void reportExamined();
 
@@ -95,6 +107,14 @@ private:
     std::string root_;
     BXSyncServerSpellings spellings_;
     std::uint64_t listedBytes_ = 0;
+    /// The folder that is likely to be listed next. Its request goes out before the answer at hand is read, so that
+    /// the server works meanwhile; one at a time.
+    std::optional<Url> next_;
+    std::shared_ptr<ASWDCmdPropFind> ahead_;
+    /// What came of it, where another folder had to be listed before.
+    std::optional<std::pair<Url, Result<Answer>>> early_;
+    std::mutex loopMutex_; // guards loop_
+    std::shared_ptr<RunLoop> loop_;
     int depth_ = 0;
 };
 

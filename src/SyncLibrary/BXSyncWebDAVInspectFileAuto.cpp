@@ -20,6 +20,14 @@ std::int64_t BXSyncWebDAVInspectFileAuto::checkSyncInfo(const std::string& root,
     startScan(root);
     clearChecked();
     learnt_.clear();
+    const auto count = checkPaths();
+    endScan();
+    if (count < 0 || cancel()) return count;
+    return count + markUnseenDeleted([&](std::string_view name) { return paths.covers(name); });
+}
+
+std::int64_t BXSyncWebDAVInspectFileAuto::checkPaths()
+{
     std::int64_t count = 0;
     for (const auto& checkItem : checkItems_) {
         if (cancel()) return count;
@@ -27,7 +35,7 @@ std::int64_t BXSyncWebDAVInspectFileAuto::checkSyncInfo(const std::string& root,
         if (own < 0) return -1;
         count += own;
     }
-    return count + markUnseenDeleted([&](std::string_view name) { return paths.covers(name); });
+    return count;
 }
 
 std::int64_t BXSyncWebDAVInspectFileAuto::checkPath(const BXSyncModifiedItem& checkItem)

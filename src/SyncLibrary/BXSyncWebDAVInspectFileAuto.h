@@ -23,6 +23,7 @@ public:
     std::int64_t checkSyncInfo(const std::string& root, bool isAllUpdate = false) override;
 
 private:
+    std::int64_t checkPaths();
     std::int64_t checkPath(const BXSyncModifiedItem& checkItem);
     /// The path's own entry and what it holds; empty where the server does not have it.
     std::optional<Items> listPath(const Url& base, const BXSyncModifiedItem& checkItem);

@@ -31,6 +31,12 @@ std::shared_ptr<ASHttpConnection> ASWDCmd::connection() const
     return connection_;
 }
 
+bool ASWDCmd::isRunning() const
+{
+    std::lock_guard lock(mutex_);
+    return running_;
+}
+
 void ASWDCmd::setCompleteEventHandler(CompleteEventHandler handler)
 {
     completeEventHandler_ = std::move(handler);

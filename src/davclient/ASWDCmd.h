@@ -45,6 +45,8 @@ public:
     /// Re-arms the command, so that it can be executed again.
     void setCompleteEventHandler(CompleteEventHandler handler);
     bool executedHandler() const { return executedHandler_; }
+    /// Executed, and the handler has not run.
+    bool isRunning() const;
 
     /// Header fields of the request beside those of the class.
     HttpHeader& requestHeader() { return requestHeader_; }
