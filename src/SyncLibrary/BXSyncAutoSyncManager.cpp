@@ -10,7 +10,9 @@ void BXSyncAutoSyncManager::takeSnapshot(bool clear)
 {
     if (!fileWacher()) return;
     // A failure that comes after this look leaves the snapshot whole.
-    wholeFolder_ = fileWacher()->watchFailure().has_value();
+    const auto failure = fileWacher()->watchFailure();
+    // What stands where the watched folder was may be another, empty one.
+    wholeFolder_ = failure && failure->kind != DirectoryWatchFailure::Kind::rootGone;
     checkItems_ = fileWacher()->modifiedList(clear);
 }
 

@@ -7,8 +7,8 @@
 
 namespace tidemark {
 
-/// A run over the paths that the configuration's watcher has noted. Where the watcher had to give up, the whole folder
-/// is looked at.
+/// A run over the paths that the configuration's watcher has noted. Where the system cannot watch the folder, the
+/// whole of it is looked at.
 class BXSyncAutoSyncManager final : public BXSyncManager
 {
 public:

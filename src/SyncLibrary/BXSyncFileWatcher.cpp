@@ -48,6 +48,20 @@ void BXSyncFileWatcher::setOn(bool on)
         watch_->setReporting(on);
 }
 
+void BXSyncFileWatcher::watchAgain()
+{
+    const auto before = watchFailure();
+    if (!before) return;
+    {
+        const std::lock_guard lock(switchMutex_);
+        if (!on_) return;
+        startWatch();
+    }
+    if (watchFailure() || before->kind == DirectoryWatchFailure::Kind::rootGone) return;
+    const std::lock_guard lock(listMutex_);
+    changed_.note(nfcWatchPath_, {}, BXSyncModifiedItem::update);
+}
+
 bool BXSyncFileWatcher::needsNewWatch() const
 {
     const std::lock_guard lock(listMutex_);

@@ -32,6 +32,10 @@ public:
     /// made while off are dropped, those made before a switch are settled by the state before it, and no tree is
     /// walked again. Where watching has failed because the folder was gone, switching on tries again.
     void setOn(bool on);
+    /// While on and failed: watches anew, which walks the tree. What changed meanwhile is not known: the watched folder
+    /// itself is noted, which stands for all in it. Not so after it was gone: an empty folder in its place is no sign
+    /// that a person has deleted everything.
+    void watchAgain();
 
     /// Why changes are not noticed although the watcher is on: whoever relies on it has to look at the whole folder.
     std::optional<DirectoryWatchFailure> watchFailure() const;

@@ -1,6 +1,7 @@
 #include "app/BXSyncTopMenu.h"
 
 #include "SyncLibrary/BXSyncFileWatcher.h"
+#include "SyncLibrary/BXSyncRunLock.h"
 #include "Utils/BXTidemarkUtils.h"
 #include "app/SyncSequence.h"
 #include "config/BXSyncConfigManager.h"
@@ -46,7 +47,7 @@ TaskList BXSyncTopMenu::dueTasks()
             task->scheduleSync = true;
             scheduled.push_back(std::move(task));
         }
-        if (conf->autosync() && hasWatchedChanges(name)) {
+        if (conf->autosync() && hasWatchedChanges(name) && !isRunElsewhere(*conf)) {
             auto task = namedTask(name);
             task->autoSync = true;
             automatic.push_back(std::move(task));
@@ -70,7 +71,17 @@ bool BXSyncTopMenu::hasWatchedChanges(const std::string& name)
     if (isNews) outside_.frontEnd.watchDidFail(name, *failure);
     if (!isNews && now - entry->second < intervalWithoutWatch) return false;
     entry->second = now;
-    return true;
+    if (failure->kind != DirectoryWatchFailure::Kind::rootGone) return true;
+    watcher->watchAgain();
+    return false;
+}
+
+/// Its changes wait for the end of a run that another program has begun.
+bool BXSyncTopMenu::isRunElsewhere(const BXSyncConf& conf) const
+{
+    if (syncExecuting()) return false;
+    const auto lock = BXSyncRunLock::tryAcquire(conf.syncinfoPath());
+    return lock && !*lock;
 }
 
 std::shared_ptr<BXSyncTask> BXSyncTopMenu::namedTask(const std::string& name) const

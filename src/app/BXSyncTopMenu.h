@@ -15,6 +15,7 @@
 
 namespace tidemark {
 
+class BXSyncConf;
 class BXSyncConfigManager;
 class BXSyncGlobalConf;
 
@@ -58,8 +59,10 @@ public:
 
 private:
     TaskList dueTasks();
-    /// Whether the watcher has noted changes or, where it had to give up, its folder is due to be looked at as a whole.
+    /// Whether the watcher has noted changes or, where the system cannot watch the folder, it is due to be looked at as
+    /// a whole. A folder that was gone is watched again once it is there.
     bool hasWatchedChanges(const std::string& name);
+    bool isRunElsewhere(const BXSyncConf& conf) const;
     std::shared_ptr<BXSyncTask> namedTask(const std::string& name) const;
     /// False when a sequence runs that is not to be pushed aside.
     bool makeRoom(bool force);

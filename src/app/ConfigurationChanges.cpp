@@ -6,6 +6,7 @@
 #include <memory>
 #include <string_view>
 
+#include "SyncLibrary/BXSyncFileWatcher.h"
 #include "config/BXSyncConfigManager.h"
 
 namespace tidemark {
@@ -53,6 +54,8 @@ void ConfigurationChanges::reload()
         if (!known_.contains(name)) store_.cacheConfig(nullptr, name);
     for (const auto& [name, signature] : known_)
         if (auto conf = store_.get(name, false)) store_.cacheConfig(std::move(conf), name);
+    for (const auto& [name, watcher] : store_.fileWachers())
+        watcher->watchAgain();
 }
 
 } // namespace tidemark

@@ -18,7 +18,7 @@ public:
 
     /// Loads what is new or different and drops what is gone; true when there was anything.
     bool takeUp();
-    /// Loads everything again.
+    /// Loads everything again; folders that could not be watched are tried again.
     void reload();
 
 private:

@@ -38,8 +38,8 @@ public:
     /// Any thread.
     virtual void wakeMainLoop() = 0;
 
-    /// Changes below the configuration's folder are not noticed any more; it is looked at as a whole every minute. Said
-    /// once.
+    /// Changes below the configuration's folder are not noticed any more. It is looked at as a whole every minute;
+    /// where it is gone, it is looked for every minute. Said once.
     virtual void watchDidFail(const std::string& /*confName*/, const DirectoryWatchFailure& /*failure*/) {}
 
     /// Sync thread. A task that failed to log in ends without having begun to run.

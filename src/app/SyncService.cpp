@@ -153,7 +153,9 @@ void SyncService::wakeMainLoop()
 
 void SyncService::watchDidFail(const std::string& confName, const DirectoryWatchFailure& failure)
 {
-    outside_.say(confName + ": " + failure.text + "; the folder is looked at every minute instead");
+    const bool isGone = failure.kind == DirectoryWatchFailure::Kind::rootGone;
+    outside_.say(confName + ": " + failure.text +
+                 (isGone ? "; it is looked for every minute" : "; the folder is looked at every minute instead"));
 }
 
 void SyncService::taskDidBegin(const BXSyncTask& task)

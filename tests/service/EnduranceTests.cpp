@@ -1,45 +1,16 @@
 // Many runs and many events, counted: a service may stay up for months.
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 
 #include <malloc.h>
 
-#include <gtest/gtest.h>
-
-#include "SyncLibrary/BXSyncAutoSyncManager.h"
-#include "SyncLibrary/BXSyncFileWatcher.h"
-#include "app/BXSyncTopMenu.h"
-#include "app/SyncTaskRun.h"
-#include "config/BXSyncConfigManager.h"
-#include "config/BXSyncGlobalConf.h"
-#include "platform/MainThread.h"
-#include "platform/RunLoop.h"
-#include "platform/UserDefaults.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/SyncWorld.h"
+#include "tests/service/MenuWorld.h"
 
 namespace tidemark::test {
 namespace {
-
-using devserver::Mode;
-
-class QuietFrontEnd : public FrontEnd
-{
-public:
-    bool loginDialog(BXSyncConf&, LoginReason) override { return false; }
-    void runMainLoopUntil(const std::function<bool()>& done) override { loop->runUntil(done); }
-    void wakeMainLoop() override { loop->wake(); }
-    void taskDidEnd(const BXSyncTask&, SequenceOutcome outcome) override
-    {
-        ++ended;
-        if (outcome != SequenceOutcome::done) ++failed;
-    }
-    const std::shared_ptr<RunLoop> loop = RunLoop::current();
-    int ended = 0; // sync thread, read between sequences
-    int failed = 0;
-};
 
 std::size_t openDescriptors()
 {
@@ -65,42 +36,8 @@ struct Holdings
     std::size_t resident = residentBytes();
 };
 
-class Endurance : public ::testing::Test
+class Endurance : public MenuWorld
 {
-protected:
-    Endurance()
-    {
-        MainThread::adopt();
-        auto conf = std::make_shared<BXSyncConf>();
-        conf->setName("work");
-        conf->setServerURL(world.server->url("sync"));
-        conf->setLocalPath(local.root());
-        conf->setAutosync(true);
-        EXPECT_TRUE(store.save({{"work", conf}}).empty());
-        store.startWatching();
-        watcher = store.fileWatcher("work");
-    }
-
-    void run()
-    {
-        DirectoryWatchService::shared().drain();
-        clock.advance(std::chrono::seconds(1));
-        menu.scheduleAndAutoSyncCheck();
-        frontEnd.runMainLoopUntil([this] { return !menu.syncExecuting(); });
-    }
-    SyncWorld world{Mode::Product};
-    TempTree& local = world.client.local;
-    TempTree state;
-    testing::ManualClock clock;
-    UserDefaults defaults{state.path("defaults.plist")};
-    BXSyncGlobalConf settings{defaults};
-    BXSyncConfigManager store{state.path("config"), clock};
-    BXSyncProgressModel progress{clock};
-    QuietFrontEnd frontEnd;
-    const SyncTaskRun::Outside runs{store, settings, progress, nullptr};
-    BXSyncTopMenu menu{{store, settings, progress, frontEnd, clock,
-                        [this](const BXSyncTask& task) { return std::make_shared<SyncTaskRun>(task, runs); }}};
-    std::shared_ptr<BXSyncFileWatcher> watcher;
 };
 
 TEST_F(Endurance, AThousandSequencesAndAHundredThousandEventsLeaveNothingBehind)
