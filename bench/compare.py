@@ -13,6 +13,7 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).parent))
 from apache import Apache  # noqa: E402
 from measure import row, run  # noqa: E402
+from service import arrivals, watching  # noqa: E402
 
 FOLDERS, FILES_PER_FOLDER, FILE_SIZE = 100, 100, 4096
 BIG = 1 << 30
@@ -212,7 +213,7 @@ def micro(bench):
 
 
 BENCHES = {"micro": [micro], "sync": [many_files, big_file], "requests": [requests],
-           "crypto": [aes_streams, crypto]}
+           "crypto": [aes_streams, crypto], "service": [arrivals, watching]}
 
 
 def main():
