@@ -56,6 +56,20 @@ TEST(Localization, EveryLanguageFillsTheFieldsOfEnglish)
                     << language << " " << table << " " << key;
 }
 
+TEST(Localization, WhatAKeyReachesInEnglishOneReachesInEveryLanguage)
+{
+    const auto mnemonics = [](const std::string& text) {
+        static const std::regex mnemonic("&[^& ]");
+        return std::distance(std::sregex_iterator(text.begin(), text.end(), mnemonic), {});
+    };
+    for (const auto& language : Localization::languages())
+        for (const auto& table : Localization::tables())
+            for (const auto& key : Localization::keys(language, table))
+                EXPECT_EQ(mnemonics(Localization::text(language, table, key)),
+                          mnemonics(Localization::text("en", table, key)))
+                    << language << " " << table << " " << key;
+}
+
 TEST(Localization, BothMessageTablesSayTheSame)
 {
     auto keys = Localization::keys("en", "bxsync");
