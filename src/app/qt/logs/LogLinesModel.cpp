@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "app/qt/ReadingOrder.h"
 #include "app/qt/Texts.h"
 
 namespace tidemark::qt {
@@ -156,7 +157,9 @@ QVariant LogLinesModel::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid()) return {};
     const auto& line = lineAt(index.row());
-    if (role == Qt::DisplayRole) return displayText(line, index.column());
+    if (role == Qt::DisplayRole)
+        return index.column() == levelColumn ? displayText(line, levelColumn)
+                                             : leftToRight(displayText(line, index.column()));
     // Escaped: a tool tip would take text for markup.
     if (role == Qt::ToolTipRole && index.column() == messageColumn)
         return "<p>" + fromUtf8(line.message).left(2000).toHtmlEscaped() + "</p>";

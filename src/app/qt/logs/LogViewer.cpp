@@ -64,7 +64,7 @@ LogViewer::LogViewer(BXSyncConfigManager& store, const BXSyncGlobalConf& setting
     layout->addWidget(makeChoice());
     layout->addWidget(makeTable(), 1);
     layout->addWidget(makeButtons());
-    resize(fontMetrics().averageCharWidth() * 120, fontMetrics().lineSpacing() * 30);
+    resize(fontMetrics().averageCharWidth() * 165, fontMetrics().lineSpacing() * 30);
     connect(new QShortcut(QKeySequence::Copy, table_), &QShortcut::activated, this, &LogViewer::copySelected);
     timer_.setInterval(lookMilliseconds);
     connect(&timer_, &QTimer::timeout, this, [this] { look(Look::forward); });
@@ -123,13 +123,14 @@ QWidget* LogViewer::makeTable()
     table_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().lineSpacing() * 5 / 4);
     table_->horizontalHeader()->setHighlightSections(false);
+    table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeading | Qt::AlignVCenter);
     table_->horizontalHeader()->setSectionResizeMode(LogLinesModel::messageColumn, QHeaderView::Stretch);
     const auto wide = [this](const QString& sample) {
         return table_->fontMetrics().horizontalAdvance(sample) + table_->fontMetrics().averageCharWidth() * 3;
     };
     table_->setColumnWidth(LogLinesModel::timeColumn, wide("2026/12/28 00:00:00.000"));
     table_->setColumnWidth(LogLinesModel::levelColumn, wide(levelText(LogLevel::warning)));
-    table_->setColumnWidth(LogLinesModel::placeColumn, wide("SyncLibrary/BXSyncManager(100) run"));
+    table_->setColumnWidth(LogLinesModel::placeColumn, wide("SyncLibrary/BXSyncManager(100)"));
     layout->addWidget(message_);
     layout->addWidget(table_, 1);
     return holder;

@@ -50,6 +50,7 @@ ReportDialog::ReportDialog(BXSyncConfigManager& store, const BXSyncGlobalConf& s
     entries_ = new QListWidget;
     entries_->setAccessibleName(text(table, "REPORT_ENTRIES"));
     entries_->setTextElideMode(Qt::ElideMiddle);
+    entries_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     preview_ = new QPlainTextEdit;
     preview_->setReadOnly(true);
     preview_->setTabChangesFocus(true);
@@ -61,7 +62,7 @@ ReportDialog::ReportDialog(BXSyncConfigManager& store, const BXSyncGlobalConf& s
     splitter->addWidget(entries_);
     splitter->addWidget(preview_);
     splitter->setStretchFactor(1, 1);
-    splitter->setSizes({fontMetrics().averageCharWidth() * 40, fontMetrics().averageCharWidth() * 60});
+    splitter->setSizes({fontMetrics().averageCharWidth() * 65, fontMetrics().averageCharWidth() * 85});
     result_ = new QLabel;
     result_->setTextFormat(Qt::PlainText);
     result_->setWordWrap(true);
@@ -78,7 +79,7 @@ ReportDialog::ReportDialog(BXSyncConfigManager& store, const BXSyncGlobalConf& s
     layout->addWidget(splitter, 1);
     layout->addWidget(result_);
     layout->addLayout(buttons);
-    resize(fontMetrics().averageCharWidth() * 105, fontMetrics().lineSpacing() * 26);
+    resize(fontMetrics().averageCharWidth() * 150, fontMetrics().lineSpacing() * 26);
     connect(entries_, &QListWidget::currentRowChanged, this, &ReportDialog::showPreview);
     connect(save_, &QPushButton::clicked, this, &ReportDialog::choosePath);
     connect(close_, &QPushButton::clicked, this, &QDialog::reject);

@@ -4,6 +4,7 @@
 #include <QLocale>
 #include <QStringList>
 
+#include "app/qt/ReadingOrder.h"
 #include "app/qt/Texts.h"
 #include "app/qt/progress/ItemTexts.h"
 
@@ -35,19 +36,26 @@ QString itemText(const SyncItem& item, int column)
 {
     switch (column) {
     case ChangeListModel::pathColumn:
-        return pathText(item.path);
+        return leftToRight(pathText(item.path));
     case ChangeListModel::directionColumn:
         return directionText(item.direction);
     case ChangeListModel::changeColumn:
         return changeText(item.change);
     case ChangeListModel::sizeColumn:
-        return item.folder ? text(table, "FOLDER") : sizeText(item);
+        return item.folder ? text(table, "FOLDER") : leftToRight(sizeText(item));
     case ChangeListModel::localTimeColumn:
-        return timeText(item.localTime);
+        return leftToRight(timeText(item.localTime));
     case ChangeListModel::serverTimeColumn:
-        return timeText(item.serverTime);
+        return leftToRight(timeText(item.serverTime));
     }
     return {};
+}
+
+/// Numbers and dates end in line with one another.
+bool isTrailing(int column)
+{
+    return column == ChangeListModel::sizeColumn || column == ChangeListModel::localTimeColumn ||
+           column == ChangeListModel::serverTimeColumn;
 }
 
 const char* titleKey(int column)
@@ -158,7 +166,7 @@ QVariant ChangeListModel::itemData(const SyncItem& item, int column, int role) c
         if (column == pathColumn) return "<p>" + pathText(item.path).toHtmlEscaped() + "</p>";
         return {};
     case Qt::TextAlignmentRole:
-        if (column == sizeColumn) return QVariant(Qt::AlignTrailing | Qt::AlignVCenter);
+        if (isTrailing(column)) return QVariant(Qt::AlignTrailing | Qt::AlignVCenter);
         return {};
     default:
         return {};
@@ -169,6 +177,7 @@ QVariant ChangeListModel::headerData(int section, Qt::Orientation orientation, i
 {
     if (orientation != Qt::Horizontal) return {};
     if (role == Qt::DisplayRole) return text(table, titleKey(section));
+    if (role == Qt::TextAlignmentRole && isTrailing(section)) return QVariant(Qt::AlignTrailing | Qt::AlignVCenter);
     return {};
 }
 

@@ -10,6 +10,7 @@ ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget* parent) : QLabel(paren
 {
     setTextFormat(Qt::PlainText);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    alignToLayout();
 }
 
 void ElidedLabel::showText(const QString& text)
@@ -35,6 +36,13 @@ void ElidedLabel::changeEvent(QEvent* event)
 {
     QLabel::changeEvent(event);
     if (event->type() == QEvent::FontChange) elide();
+    if (event->type() == QEvent::LayoutDirectionChange) alignToLayout();
+}
+
+/// A label would place its text by the text's own direction.
+void ElidedLabel::alignToLayout()
+{
+    setAlignment((isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute | Qt::AlignVCenter);
 }
 
 void ElidedLabel::elide()

@@ -23,6 +23,7 @@ protected:
 
 private:
     void elide();
+    void alignToLayout();
 
     const Qt::TextElideMode mode_;
     QString whole_;

@@ -16,9 +16,11 @@
 #include <QVBoxLayout>
 
 #include "app/SyncItems.h"
+#include "app/qt/ReadingOrder.h"
 #include "app/qt/Texts.h"
 #include "app/qt/progress/ElidedLabel.h"
 #include "app/qt/progress/ItemTexts.h"
+#include "app/qt/progress/PathDelegate.h"
 #include "app/qt/progress/SyncItemsModel.h"
 
 namespace tidemark::qt {
@@ -33,13 +35,33 @@ QProgressBar* makeBar(const char* accessibleNameKey)
     auto* bar = new QProgressBar;
     bar->setRange(0, barMaximum);
     bar->setAccessibleName(text(table, accessibleNameKey));
-    bar->setFormat("%p %");
+    bar->setTextVisible(false);
     return bar;
 }
 
 int barValue(double fraction)
 {
     return static_cast<int>(std::floor(std::clamp(fraction, 0.0, 1.0) * barMaximum));
+}
+
+QLabel* makeTrailingLabel()
+{
+    auto* label = new QLabel;
+    label->setTextFormat(Qt::PlainText);
+    label->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
+    return label;
+}
+
+void showText(QLabel& label, const QString& text)
+{
+    if (text != label.text()) label.setText(text);
+}
+
+void showFraction(QProgressBar& bar, QLabel& percent, double fraction)
+{
+    bar.setValue(barValue(fraction));
+    const auto whole = std::to_string(bar.value() * 100 / barMaximum);
+    showText(percent, text(table, "PERCENT", {{"percent", whole}}));
 }
 
 QString number(std::size_t count)
@@ -64,7 +86,7 @@ ProgressWindow::ProgressWindow(BXSyncProgressModel& model, SyncItems& items, QWi
     layout->addWidget(makeDetails(), 1);
     layout->addWidget(makeButtons());
     details_->hide();
-    resize(std::max(widthOf(*this, 64), sizeHint().width()), sizeHint().height());
+    resize(std::max(widthOf(*this, 88), sizeHint().width()), sizeHint().height());
     timer_.setInterval(refreshMilliseconds);
     connect(&timer_, &QTimer::timeout, this, &ProgressWindow::refresh);
 }
@@ -87,17 +109,19 @@ QWidget* ProgressWindow::makeProgress()
     counter_ = new ElidedLabel(Qt::ElideMiddle);
     fileBar_ = makeBar("CONFIGURATION_BAR");
     size_ = new ElidedLabel(Qt::ElideRight);
-    remaining_ = new QLabel;
-    remaining_->setTextFormat(Qt::PlainText);
-    remaining_->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
+    overallPercent_ = makeTrailingLabel();
+    filePercent_ = makeTrailingLabel();
+    remaining_ = makeTrailingLabel();
 
     int row = 0;
-    layout->addWidget(label_, row++, 0, 1, 2);
+    layout->addWidget(label_, row, 0);
+    layout->addWidget(overallPercent_, row++, 1);
     layout->addWidget(overallBar_, row++, 0, 1, 2);
     layout->addWidget(overall_, row++, 0, 1, 2);
     layout->setRowMinimumHeight(row++, style()->pixelMetric(QStyle::PM_LayoutVerticalSpacing));
     layout->addWidget(operation_, row++, 0, 1, 2);
-    layout->addWidget(counter_, row++, 0, 1, 2);
+    layout->addWidget(counter_, row, 0);
+    layout->addWidget(filePercent_, row++, 1);
     layout->addWidget(fileBar_, row++, 0, 1, 2);
     layout->addWidget(size_, row, 0);
     layout->addWidget(remaining_, row, 1);
@@ -116,7 +140,7 @@ QWidget* ProgressWindow::makeDetails()
     table_->setTabKeyNavigation(false);
     table_->setShowGrid(false);
     table_->setWordWrap(false);
-    table_->setTextElideMode(Qt::ElideMiddle);
+    table_->setItemDelegateForColumn(SyncItemsModel::pathColumn, new PathDelegate(table_));
     table_->setMinimumHeight(table_->fontMetrics().lineSpacing() * 8);
     // Every row has one height, so that no look at the rows is needed to know where one lies.
     table_->verticalHeader()->hide();
@@ -124,9 +148,10 @@ QWidget* ProgressWindow::makeDetails()
     table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().lineSpacing() * 3 / 2);
     auto* header = table_->horizontalHeader();
     header->setHighlightSections(false);
+    header->setDefaultAlignment(Qt::AlignLeading | Qt::AlignVCenter);
     header->setSectionResizeMode(SyncItemsModel::pathColumn, QHeaderView::Stretch);
-    table_->setColumnWidth(SyncItemsModel::stateColumn, widthOf(*table_, 20));
-    table_->setColumnWidth(SyncItemsModel::directionColumn, widthOf(*table_, 16));
+    table_->setColumnWidth(SyncItemsModel::stateColumn, widthOf(*table_, 26));
+    table_->setColumnWidth(SyncItemsModel::directionColumn, widthOf(*table_, 18));
     table_->setColumnWidth(SyncItemsModel::changeColumn, widthOf(*table_, 13));
     table_->setColumnWidth(SyncItemsModel::sizeColumn, widthOf(*table_, 13));
     layout->addWidget(table_, 1);
@@ -179,7 +204,7 @@ void ProgressWindow::setDetailsShown(bool shown)
     details_->setVisible(shown);
     if (shown) {
         showItems();
-        resize(std::max(width(), widthOf(*this, 100)), std::max(height(), sizeHint().height()));
+        resize(std::max(width(), widthOf(*this, 140)), std::max(height(), sizeHint().height()));
     } else {
         layout()->activate();
         resize(width(), minimumSizeHint().height());
@@ -210,16 +235,16 @@ void ProgressWindow::showSnapshot(const BXSyncProgressModel::Snapshot& snapshot)
 {
     const auto texts = BXSyncProgressModel::texts(snapshot);
     label_->showText(pathText(snapshot.label));
-    overallBar_->setValue(barValue(snapshot.overallProgress));
+    showFraction(*overallBar_, *overallPercent_, snapshot.overallProgress);
     overall_->showText(fromUtf8(texts.overall));
     const bool listing = snapshot.stage == BXSyncProgressModel::Stage::listing;
     operation_->showText(listing ? text(table, "LISTING") : fromUtf8(texts.operation));
-    counter_->showText(listing ? QString() : pathText(texts.counter));
-    fileBar_->setValue(barValue(snapshot.fileProgress));
+    counter_->showText(listing ? QString() : leftToRight(pathText(texts.counter)));
+    showFraction(*fileBar_, *filePercent_, snapshot.fileProgress);
     size_->showText(fromUtf8(texts.size));
     const auto remaining =
         texts.remainingTime.empty() ? QString() : text(table, "REMAINING", {{"time", texts.remainingTime}});
-    if (remaining != remaining_->text()) remaining_->setText(remaining);
+    showText(*remaining_, remaining);
 }
 
 void ProgressWindow::showCancel(bool canceled)

@@ -58,9 +58,11 @@ private:
     ElidedLabel* label_ = nullptr;
     QProgressBar* overallBar_ = nullptr;
     ElidedLabel* overall_ = nullptr;
+    QLabel* overallPercent_ = nullptr;
     ElidedLabel* operation_ = nullptr;
     ElidedLabel* counter_ = nullptr;
     QProgressBar* fileBar_ = nullptr;
+    QLabel* filePercent_ = nullptr;
     ElidedLabel* size_ = nullptr;
     QLabel* remaining_ = nullptr;
     QWidget* details_ = nullptr;

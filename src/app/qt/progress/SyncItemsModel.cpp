@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "app/qt/ReadingOrder.h"
 #include "app/qt/Texts.h"
 #include "app/qt/progress/ItemTexts.h"
 
@@ -138,7 +139,9 @@ QVariant SyncItemsModel::data(const QModelIndex& index, int role) const
 
 QVariant SyncItemsModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return {};
+    if (orientation != Qt::Horizontal) return {};
+    if (role == Qt::TextAlignmentRole && section == sizeColumn) return QVariant(Qt::AlignTrailing | Qt::AlignVCenter);
+    if (role != Qt::DisplayRole) return {};
     return columnTitle(section);
 }
 
@@ -149,13 +152,13 @@ QString SyncItemsModel::displayText(std::size_t row, int column) const
     case stateColumn:
         return statePhrase(row);
     case pathColumn:
-        return pathText(item.path);
+        return leftToRight(pathText(item.path));
     case directionColumn:
         return directionText(item.direction);
     case changeColumn:
         return changeText(item.change);
     case sizeColumn:
-        return item.folder ? text(table, "FOLDER") : sizeText(item);
+        return item.folder ? text(table, "FOLDER") : leftToRight(sizeText(item));
     }
     return {};
 }

@@ -14,6 +14,7 @@
 #include "app/qt/Texts.h"
 #include "app/qt/progress/ChangeListModel.h"
 #include "app/qt/progress/ItemTexts.h"
+#include "app/qt/progress/PathDelegate.h"
 
 namespace tidemark::qt {
 
@@ -50,8 +51,10 @@ SyncListWindow::SyncListWindow(QWidget* parent) : DismissibleWindow(parent), mod
     layout->addWidget(makeFilter());
     layout->addWidget(makeList(), 1);
     layout->addWidget(makeButtons());
-    resize(fontMetrics().averageCharWidth() * 110, fontMetrics().lineSpacing() * 28);
     showState();
+    resize(tree_->header()->length() - tree_->columnWidth(ChangeListModel::pathColumn) +
+               fontMetrics().averageCharWidth() * 70,
+           fontMetrics().lineSpacing() * 30);
 }
 
 QWidget* SyncListWindow::makeFilter()
@@ -91,7 +94,7 @@ QWidget* SyncListWindow::makeList()
     tree_->setAccessibleName(text(table, "LIST_ACCESSIBLE"));
     tree_->setUniformRowHeights(true);
     tree_->setAllColumnsShowFocus(true);
-    tree_->setTextElideMode(Qt::ElideMiddle);
+    tree_->setItemDelegateForColumn(ChangeListModel::pathColumn, new PathDelegate(tree_));
     tree_->header()->setStretchLastSection(false);
     tree_->header()->setSectionResizeMode(ChangeListModel::pathColumn, QHeaderView::Stretch);
     empty_ = new QLabel;
@@ -116,7 +119,8 @@ QWidget* SyncListWindow::makeButtons()
     connect(synchronize_, &QPushButton::clicked, this, &SyncListWindow::requestSynchronize);
     auto* close = new QPushButton(text(table, "CLOSE"));
     connect(close, &QPushButton::clicked, this, &QWidget::close);
-    row->addWidget(count_, 1);
+    row->addWidget(count_);
+    row->addStretch(1);
     row->addWidget(synchronize_);
     row->addWidget(close);
     layout->addLayout(row);

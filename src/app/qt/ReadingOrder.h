@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+namespace tidemark::qt {
+
+/// A path, a time or a line of a log as it is read from left to right; in a layout from right to left its punctuation
+/// would wander to the other end. Elsewhere the text as it is.
+QString leftToRight(const QString& text);
+
+} // namespace tidemark::qt
