@@ -81,6 +81,8 @@ Status BXSyncInspectFile::writeSyncInfo(const std::string& path) const
 std::int64_t BXSyncInspectFile::checkSyncInfo(const std::string& root, bool /*isAllUpdate*/)
 {
     clearChecked();
+    foldersWithOtherSpellings_.clear();
+    knowsSpellings_ = true;
     const auto count = searchFile(root);
     if (count < 0) return count;
     return count + markUnseenDeleted([](std::string_view) { return true; });
@@ -93,6 +95,7 @@ std::int64_t BXSyncInspectFile::searchFile(const std::string& folder, const std:
         logger_->error("The folder cannot be read. {}", listing.error().description());
         return -1;
     }
+    if (listing->holdsOtherSpellings) foldersWithOtherSpellings_.insert(folder);
     for (const auto& remark : listing->remarks)
         logger_->warning("{}", remark);
     std::int64_t count = 0;
@@ -104,6 +107,11 @@ std::int64_t BXSyncInspectFile::searchFile(const std::string& folder, const std:
         count += below;
     }
     return count;
+}
+
+bool BXSyncInspectFile::mayHoldOtherSpellings(const std::string& folder) const
+{
+    return !knowsSpellings_ || foldersWithOtherSpellings_.contains(folder);
 }
 
 bool BXSyncInspectFile::checkFileItem(const BXSyncFileItem& item, const std::string& /*basepath*/)

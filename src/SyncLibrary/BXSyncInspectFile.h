@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -55,6 +56,10 @@ public:
     virtual std::int64_t searchFile(const std::string& folder, const std::string& basepath);
     std::int64_t searchFile(const std::string& root) { return searchFile(root, root); }
 
+    /// Whether the folder of the disk may hold a name that is not spelled in NFC: a scan of the whole tree has seen one
+    /// there, or there was no such scan.
+    bool mayHoldOtherSpellings(const std::string& folder) const;
+
     /// True when the path is to be acted on or new.
     bool checkFileItem(const BXSyncFileItem& item, const std::string& basepath);
     std::int64_t checkDirItem(const BXSyncFileItem& item, const std::string& basepath, bool checkRecursive);
@@ -106,6 +111,8 @@ private:
     Records fileUpdate_;
     BXSyncNameIndex fileUpdateTable_{fileUpdate_};
     BXSyncSharedText lastParent_;
+    bool knowsSpellings_ = false;
+    std::set<std::string> foldersWithOtherSpellings_;
 };
 
 } // namespace tidemark

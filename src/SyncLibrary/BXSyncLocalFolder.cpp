@@ -59,9 +59,15 @@ std::string BXSyncLocalFolder::shownPath(const std::string& pathname) const
     return fs::joinPath(root_, pathname);
 }
 
+Result<std::string> BXSyncLocalFolder::resolve(const std::string& pathname) const
+{
+    return fs::resolve(root_, pathname,
+                       [this](const std::string& folder) { return scanned_.mayHoldOtherSpellings(folder); });
+}
+
 Result<std::string> BXSyncLocalFolder::locate(const std::string& pathname) const
 {
-    auto path = fs::resolve(root_, pathname);
+    auto path = resolve(pathname);
     if (!path) return obstructed(path.error().description());
     return *path;
 }
@@ -182,7 +188,7 @@ Status BXSyncLocalFolder::makeFolder(const std::string& pathname) const
 
 Status BXSyncLocalFolder::remove(const std::string& pathname) const
 {
-    const auto path = fs::resolve(root_, pathname);
+    const auto path = resolve(pathname);
     if (!path) return failure(path.error());
     if (!fs::exists(*path) && !isLink(*path)) return {};
     return fs::removeTree(*path);

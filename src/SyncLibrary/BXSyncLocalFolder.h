@@ -40,6 +40,7 @@ public:
     Status remove(const std::string& pathname) const;
 
 private:
+    Result<std::string> resolve(const std::string& pathname) const;
     Status checkEntry(const std::string& diskPath, const std::string& pathname) const;
     Status checkTree(const std::string& diskFolder, const std::string& root) const;
     bool isAsListed(const BXSyncFileItem& item) const;

@@ -66,6 +66,7 @@ Result<BXSyncLocalListing> BXSyncLocalListing::read(const std::string& folder, c
             continue;
         }
         previous = &named;
+        listing.holdsOtherSpellings |= named.entry.name != named.nfcName;
         const auto& attributes = named.entry.attributes;
         const bool isFolder = attributes.kind == fs::FileKind::folder;
         const bool suspended = !isFolder && BXSyncUtils::isSuspendedFile(path);

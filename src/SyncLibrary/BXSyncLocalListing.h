@@ -15,6 +15,8 @@ struct BXSyncLocalListing
 {
     std::vector<BXSyncFileItem> files;
     std::vector<BXSyncFileItem> folders;
+    /// Some name is not spelled in NFC on the disk.
+    bool holdsOtherSpellings = false;
     /// Lines for the log about entries that were left out.
     std::vector<std::string> remarks;
 

@@ -44,7 +44,7 @@ BXSyncManager::BXSyncManager(std::shared_ptr<BXSyncConf> conf, bool errorskip)
 
 BXSyncManager::BXSyncManager(std::shared_ptr<BXSyncConf> conf, bool errorskip, Surroundings surroundings)
     : conf_(std::move(conf)), errorskip_(errorskip), surroundings_(std::move(surroundings)),
-      logger_(BXLogger::getLogger(conf_->syncLogPath(), conf_->logname())),
+      logger_(BXLogger::getLogger(conf_->syncLogPath(), conf_->logname(), static_cast<int>(conf_->logKeepDays()))),
       runner_(surroundings_.reconnectRule, logger_), operations_(BXSyncOperations::of(*conf_))
 {
 }

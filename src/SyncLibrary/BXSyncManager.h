@@ -54,6 +54,9 @@ public:
     /// Lists and carries out the changes on the thread "FileSyncThread".
     std::shared_ptr<NamedThread> startSync();
 
+    /// Waits for the threads; after a cancel the listing may end later than the run.
+    void joinThreads();
+
     virtual void listup();
     virtual void listupForSyncBefore();
     /// The whole run on the calling thread.
@@ -104,7 +107,6 @@ protected:
     /// For the inspector of the server.
     BXSyncServerAccess serverAccess();
     /// To be called by the destructor of every class below: the threads use virtual operations.
-    void joinThreads();
 
 private:
     bool acquireLock();

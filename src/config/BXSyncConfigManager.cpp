@@ -80,6 +80,11 @@ Result<std::shared_ptr<BXSyncConf>> BXSyncConfigManager::readConf(const std::str
     const auto dictionary = ConfigurationFile::read(configFilePath(name));
     if (!dictionary) return failure(dictionary.error());
     auto conf = std::make_shared<BXSyncConf>(*dictionary);
+    // Without its key the configuration would put files on the server as they are.
+    if (const auto key = dictionary->find("encryptKey");
+        key != dictionary->end() && !key->second.stringValue().empty() && conf->encryptKey().empty())
+        return failure(ConfigurationFile::errorDomain, ConfigurationFile::notConfiguration,
+                       configFilePath(name) + ": the stored encryption key cannot be read");
     prepareLoaded(*conf, name);
     return conf;
 }

@@ -84,12 +84,13 @@ private:
     void prepareLoaded(BXSyncConf& conf, const std::string& name) const;
     void saveOne(const std::string& name, BXSyncConf& conf, Batch& batch);
     Status storeOne(const std::string& name, BXSyncConf& conf, Batch& batch) const;
-    void placeSyncInfo(const std::string& name, BXSyncConf& conf, Batch& batch) const;
+    Status placeSyncInfo(const std::string& name, BXSyncConf& conf, Batch& batch) const;
+    Status setAside(const std::string& syncInfo, Batch& batch) const;
     void move(const std::string& from, const std::string& to, Batch& batch) const;
     std::vector<std::string> filesBeside(const std::string& syncInfo) const;
     void removeSyncInfo(const std::string& path) const;
     Status writeConf(const std::string& name, BXSyncConf& conf) const;
-    void deleteOne(const std::string& name);
+    bool deleteOne(const std::string& name);
     BXSyncCertificateManager& certificates() const;
 
     const std::string directory_;

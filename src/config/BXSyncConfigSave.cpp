@@ -4,7 +4,9 @@
 #include "Utils/BXTidemarkUtils.h"
 #include "config/BXSyncConfigManager.h"
 #include "config/ConfigurationFile.h"
+#include "davclient/ASHttpConnectInfo.h"
 #include "platform/FileSystem.h"
+#include "platform/Unicode.h"
 
 namespace tidemark {
 
@@ -14,6 +16,13 @@ constexpr int writeAttempts = 3;
 constexpr std::string_view configExtension = ".xml";
 constexpr std::string_view syncInfoExtension = ".psi";
 constexpr std::string_view lockSuffix = ".lock";
+constexpr std::string_view discardedSuffix = ".discarded";
+
+/// Other text could not be read back, and would be taken for none.
+bool secretsAreText(const BXSyncConf& conf)
+{
+    return isUtf8(conf.encryptKey()) && isUtf8(conf.info()->password()) && isUtf8(conf.info()->proxyPassword());
+}
 
 } // namespace
 
@@ -26,7 +35,7 @@ struct BXSyncConfigManager::Batch
         std::string to;
     };
 
-    /// Sync-info files to discard.
+    /// Discarded sync-info files, set aside.
     std::vector<std::string> toRemove;
     std::vector<std::string> failed;
     /// Of the configuration that is being saved.
@@ -40,12 +49,14 @@ struct BXSyncConfigManager::Batch
 std::vector<std::string> BXSyncConfigManager::save(const Changes& changes)
 {
     Batch batch;
+    std::vector<std::string> undeleted;
     for (const auto& [name, conf] : changes)
         if (conf) saveOne(name, *conf, batch);
     for (const auto& path : batch.toRemove)
         (void)fs::removeFile(path);
     for (const auto& [name, conf] : changes)
-        if (!conf && batch.failed.empty()) deleteOne(name);
+        if (!conf && batch.failed.empty() && !deleteOne(name)) undeleted.push_back(name);
+    batch.failed.insert(batch.failed.end(), undeleted.begin(), undeleted.end());
     return batch.failed;
 }
 
@@ -70,30 +81,45 @@ void BXSyncConfigManager::saveOne(const std::string& name, BXSyncConf& conf, Bat
 Status BXSyncConfigManager::storeOne(const std::string& name, BXSyncConf& conf, Batch& batch) const
 {
     if (auto checked = checkName(name); !checked) return checked;
+    if (!secretsAreText(conf))
+        return failure(ConfigurationFile::errorDomain, ConfigurationFile::notStorable,
+                       "Passwords and keys have to be UTF-8 text.");
     const bool renamed = !conf.syncinfoPath().empty() && conf.syncinfoPath() != syncInfoPath(name);
     if (renamed && fs::exists(configFilePath(name)))
         return failure(ConfigurationFile::errorDomain, ConfigurationFile::invalidName, "The name is taken.");
-    placeSyncInfo(name, conf, batch);
+    if (auto placed = placeSyncInfo(name, conf, batch); !placed) return placed;
     conf.setName(name);
     return writeConf(name, conf);
 }
 
-/// Discards the sync-info file, or moves it to the configuration's name. What is kept beside it says which files of
-/// the local folder are incomplete, and stays.
-void BXSyncConfigManager::placeSyncInfo(const std::string& name, BXSyncConf& conf, Batch& batch) const
+/// Sets the sync-info file aside where it is to be discarded, before the configuration is written, or moves it to the
+/// configuration's name. What is kept beside it says which files of the local folder are incomplete, and stays.
+Status BXSyncConfigManager::placeSyncInfo(const std::string& name, BXSyncConf& conf, Batch& batch) const
 {
     const auto own = conf.syncinfoPath();
     const auto target = syncInfoPath(name);
     // Left behind by a configuration of that name which is gone.
-    if (own != target && !fs::exists(configFilePath(name))) removeSyncInfo(target);
+    if (!fs::exists(configFilePath(name))) removeSyncInfo(target);
+    const auto beside = own.empty() || own == target ? std::vector<std::string>() : filesBeside(own);
     const bool discards = conf.discardPsi() && !own.empty();
-    if (discards) batch.toRemove.push_back(own);
-    if (own.empty() || own == target) return;
-    for (const auto& file : filesBeside(own))
+    if (discards && fs::exists(own))
+        if (auto discarded = setAside(own, batch); !discarded) return discarded;
+    for (const auto& file : beside)
         move(file, target + file.substr(own.size()), batch);
-    if (discards || !fs::exists(own)) return;
+    if (own.empty() || own == target || discards || !fs::exists(own)) return {};
     move(own, target, batch);
     conf.setSyncinfoPath(target);
+    return {};
+}
+
+Status BXSyncConfigManager::setAside(const std::string& syncInfo, Batch& batch) const
+{
+    const auto aside = syncInfo + std::string(discardedSuffix);
+    auto renamed = fs::rename(syncInfo, aside);
+    if (!renamed) return renamed;
+    batch.moves.push_back({syncInfo, aside});
+    batch.toRemove.push_back(aside);
+    return {};
 }
 
 void BXSyncConfigManager::move(const std::string& from, const std::string& to, Batch& batch) const
@@ -136,12 +162,22 @@ Status BXSyncConfigManager::writeConf(const std::string& name, BXSyncConf& conf)
     return written;
 }
 
-void BXSyncConfigManager::deleteOne(const std::string& name)
+/// False when the configuration is still there; then it has its sync-info file, too.
+bool BXSyncConfigManager::deleteOne(const std::string& name)
 {
     cacheConfig(nullptr, name);
-    if (!checkName(name)) return;
+    if (!checkName(name)) return true;
+    const auto path = configFilePath(name);
+    Batch batch;
+    if (fs::exists(syncInfoPath(name)) && !setAside(syncInfoPath(name), batch)) return false;
+    if (const auto removed = fs::removeFile(path); !removed && fs::exists(path)) {
+        for (const auto& move : batch.moves)
+            (void)fs::rename(move.to, move.from);
+        cacheConfig(get(name, false), name);
+        return false;
+    }
     removeSyncInfo(syncInfoPath(name));
-    (void)fs::removeFile(configFilePath(name));
+    return true;
 }
 
 } // namespace tidemark

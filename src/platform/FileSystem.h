@@ -115,7 +115,12 @@ Status removeExtendedAttribute(const std::string& path, std::string_view name);
 /// is taken as it is where it exists, else the entry whose NFC form is equal, else (for what is to be made) as it is.
 /// `pathname` begins with "/". The result never leaves `root`: a component "..", "." or "" is refused, and so is a way
 /// through a link (a link as the last component is fine).
-Result<std::string> resolve(const std::string& root, std::string_view pathname);
+///
+/// Another spelling is looked for by reading the folder; `mayHoldOtherSpellings` tells, by its path, whether a folder
+/// has to be read.
+using MayHoldOtherSpellings = std::function<bool(const std::string& folder)>;
+Result<std::string> resolve(const std::string& root, std::string_view pathname,
+                            const MayHoldOtherSpellings& mayHoldOtherSpellings = {});
 
 std::string parentPath(std::string_view path);
 std::string lastPathComponent(std::string_view path);

@@ -47,7 +47,8 @@ struct Located
     mode_t mode = 0;
 };
 
-Located locate(const std::string& folder, std::string_view component)
+Located locate(const std::string& folder, std::string_view component,
+               const MayHoldOtherSpellings& mayHoldOtherSpellings)
 {
     struct stat status
     {
@@ -55,6 +56,7 @@ Located locate(const std::string& folder, std::string_view component)
     auto path = joinPath(folder, component);
     if (::lstat(path.c_str(), &status) == 0) return {path, status.st_mode};
     if (errno != ENOENT || !hasOtherSpellings(component)) return {path, 0};
+    if (mayHoldOtherSpellings && !mayHoldOtherSpellings(folder)) return {path, 0};
     auto spelling = findOtherSpelling(folder, component);
     if (!spelling) return {path, 0};
     path = joinPath(folder, *spelling);
@@ -63,7 +65,8 @@ Located locate(const std::string& folder, std::string_view component)
 
 } // namespace
 
-Result<std::string> resolve(const std::string& root, std::string_view pathname)
+Result<std::string> resolve(const std::string& root, std::string_view pathname,
+                            const MayHoldOtherSpellings& mayHoldOtherSpellings)
 {
     auto refused = [&](int error) { return posixFailure(error, root + std::string(pathname)); };
     if (!pathname.starts_with('/')) return refused(EINVAL);
@@ -73,7 +76,7 @@ Result<std::string> resolve(const std::string& root, std::string_view pathname)
         auto component = pathname.substr(0, pathname.find('/'));
         pathname.remove_prefix(component.size());
         if (!isPlainComponent(component)) return refused(EINVAL);
-        auto located = locate(path, component);
+        auto located = locate(path, component, mayHoldOtherSpellings);
         // A link could lead out of the root.
         if (!pathname.empty() && S_ISLNK(located.mode)) return refused(ELOOP);
         path = std::move(located.path);

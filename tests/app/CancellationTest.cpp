@@ -48,7 +48,10 @@ TEST(Interrupts, FirstAndLaterSignalsAreToldApart)
     std::promise<void> hangUp;
     {
         const Interrupts interrupts([&] { first.set_value(); }, [&] { second.set_value(); },
-                                    [&] { hangUp.set_value(); });
+                                    [&] {
+                                        hangUp.set_value();
+                                        return false;
+                                    });
         std::raise(SIGHUP);
         ASSERT_EQ(hangUp.get_future().wait_for(30s), std::future_status::ready);
         std::raise(SIGINT);

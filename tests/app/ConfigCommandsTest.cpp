@@ -5,7 +5,10 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include "SyncLibrary/BXSyncInflight.h"
+#include "SyncLibrary/BXSyncUtils.h"
 #include "app/cli/RunLocking.h"
+#include "platform/FileSystem.h"
 #include "tests/app/CommandWorld.h"
 
 namespace tidemark::cli {
@@ -249,6 +252,36 @@ TEST_F(ConfigCommandsTest, ARunUnderWayKeepsItsConfiguration)
     EXPECT_EQ(set("work", {}), ExitStatus::done);
 }
 
+TEST_F(ConfigCommandsTest, AHalfFileOfTheFormerFolderIsNotLookedForInTheNewOne)
+{
+    ASSERT_EQ(create("work", options()), ExitStatus::done);
+    const auto half = folder.write("local/report", "whole");
+    const auto other = folder.write("other/report", "somebody's");
+    {
+        BXSyncInflight dying(store.syncInfoPath("work"), folder.path("local"), [&](const std::string& pathname) {
+            return Result<std::string>(folder.path("local") + pathname);
+        });
+        ASSERT_TRUE(dying.begin("/report"));
+        folder.write("local/report", "ha");
+    }
+    ConfigurationOptions elsewhere;
+    elsewhere.local = folder.path("other");
+    ASSERT_EQ(set("work", elsewhere), ExitStatus::done);
+    EXPECT_TRUE(BXSyncUtils::isSuspendedFile(half));
+    EXPECT_FALSE(fs::exists(BXSyncInflight::pathFor(store.syncInfoPath("work"))));
+    EXPECT_FALSE(BXSyncUtils::isSuspendedFile(other));
+}
+
+TEST_F(ConfigCommandsTest, ASecretThatCannotBeStoredIsRefused)
+{
+    auto given = options();
+    given.user = "kim";
+    given.passwordSource = PasswordSource::file;
+    given.passwordFile = folder.write("password", "schl\xfcssel\n");
+    EXPECT_EQ(create("work", given), ExitStatus::usage);
+    EXPECT_THAT(takeMessages(), HasSubstr("UTF-8"));
+}
+
 TEST_F(ConfigCommandsTest, ListIsOldestFirstAndNamesWhatCannotBeRead)
 {
     ASSERT_EQ(create("zebra", options()), ExitStatus::done);
@@ -259,13 +292,13 @@ TEST_F(ConfigCommandsTest, ListIsOldestFirstAndNamesWhatCannotBeRead)
     folder.write("config/broken.xml", "<plist");
     store.loadAll();
     takeMessages();
-    EXPECT_EQ(run(ConfigList{true}, store, context), ExitStatus::done);
+    EXPECT_EQ(run(ConfigList{true}, store, context), ExitStatus::configuration);
     const auto list = json::parse(takeData())["configurations"];
     ASSERT_EQ(list.size(), 2u);
     EXPECT_EQ(list[0]["name"], "zebra");
     EXPECT_EQ(list[1]["name"], "ant");
     EXPECT_THAT(takeMessages(), HasSubstr("broken"));
-    EXPECT_EQ(run(ConfigList{}, store, context), ExitStatus::done);
+    EXPECT_EQ(run(ConfigList{}, store, context), ExitStatus::configuration);
     EXPECT_THAT(takeData(), AllOf(HasSubstr("zebra  two-way"), HasSubstr("ant    two-way")));
 }
 

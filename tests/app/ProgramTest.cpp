@@ -144,6 +144,8 @@ TEST_F(ProgramTest, WrongUsageAndMissingConfigurations)
     EXPECT_EQ(tidemark({"sync", "none"}), 3);
     EXPECT_THAT(messages, HasSubstr("none"));
     createConfiguration();
+    EXPECT_EQ(tidemark({"list", "--json", "none", "work"}), 3) << "the others are still listed";
+    EXPECT_THAT(output, AllOf(HasSubstr("invalid-configuration"), HasSubstr("\"done\"")));
     stdfs::remove(folder.path("work"));
     EXPECT_EQ(tidemark({"sync", "--json"}), 3) << "a folder that is not there is no empty one";
     EXPECT_EQ(outcome()["status"], "invalid-configuration");

@@ -7,8 +7,10 @@
 #include "SyncLibrary/BXSyncFileWatcher.h"
 #include "Utils/BXTidemarkUtils.h"
 #include "config/BXSyncConfigManager.h"
+#include "config/ConfigurationFile.h"
 #include "platform/FileSystem.h"
 #include "security/BXSyncCertificateManager.h"
+#include "security/BXSyncPasswordManager.h"
 #include "support/ManualClock.h"
 #include "support/TempTree.h"
 
@@ -176,6 +178,23 @@ TEST_F(StoreTest, DiscardedSyncInfoGoesWhateverTheName)
     EXPECT_THAT(store.save({{"kept", kept}, {"other", renamed}, {"renamed", nullptr}}), IsEmpty());
     EXPECT_THAT(files(), ElementsAre("kept.psi.inflight", "kept.xml", "other.xml"));
     EXPECT_FALSE(store.get("kept", true)->discardPsi());
+}
+
+TEST_F(StoreTest, AKeyIsNeverLostSilently)
+{
+    const BXSyncPasswordManager passwords;
+    BXSyncConf::setPasswordDelegate(&passwords);
+    create("Work");
+    auto conf = store.get("Work", false);
+    conf->setEncryptKey("schl\xfcssel");
+    EXPECT_THAT(store.save({{"Work", conf}}), ElementsAre("Work"));
+    conf->setEncryptKey("key");
+    ASSERT_THAT(store.save({{"Work", conf}}), IsEmpty());
+    auto dictionary = ConfigurationFile::read(store.configFilePath("Work")).value();
+    dictionary["encryptKey"] = std::string("AAAA");
+    ASSERT_TRUE(ConfigurationFile::write(store.configFilePath("Work"), dictionary, std::nullopt));
+    EXPECT_FALSE(store.readConf("Work")) << "it would send files as they are";
+    BXSyncConf::setPasswordDelegate(nullptr);
 }
 
 TEST_F(StoreTest, ANewConfigurationDoesNotInheritSyncInfo)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <limits>
 #include <poll.h>
 #include <system_error>
 #include <unistd.h>
@@ -47,20 +48,25 @@ bool Cancellation::waitFor(std::chrono::milliseconds limit) const
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
         pollfd waited{readEnd_, POLLIN, 0};
-        const int ready = ::poll(&waited, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
+        const auto step = std::clamp<std::int64_t>(left.count(), 0, std::numeric_limits<int>::max());
+        const int ready = ::poll(&waited, 1, static_cast<int>(step));
         if (ready > 0) return true;
-        if (ready == 0) return false;
-        if (errno != EINTR) return isRequested();
+        if (ready == 0 && left.count() <= step) return false;
+        if (ready < 0 && errno != EINTR) return isRequested();
     }
 }
 
-void Cancellation::hangUp()
+bool Cancellation::hangUp()
 {
     {
         std::lock_guard lock(mutex_);
-        if (hangUpHandler_) return hangUpHandler_();
+        if (hangUpHandler_) {
+            hangUpHandler_();
+            return false;
+        }
     }
     request();
+    return true;
 }
 
 Cancellation::HangUpHandler::HangUpHandler(Cancellation& owner, std::function<void()> handler) : owner_(owner)

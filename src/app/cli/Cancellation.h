@@ -39,8 +39,8 @@ public:
         std::function<void()> outer_;
     };
 
-    /// Calls the hang-up handler in force; without one it is a request().
-    void hangUp();
+    /// Calls the hang-up handler in force; without one it is a request(), and true.
+    bool hangUp();
 
     /// What a hang-up does while this object lives.
     class HangUpHandler

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/FolderChange.h"
 #include "app/cli/Cancellation.h"
 #include "app/cli/ConfigurationEditor.h"
 #include "app/cli/ConfigurationWords.h"
@@ -155,18 +156,19 @@ ExitStatus run(const ConfigCreate& command, BXSyncConfigManager& store, CommandC
 ExitStatus run(const ConfigList& command, BXSyncConfigManager& store, CommandContext& context)
 {
     const auto confs = allConfigurations(store);
-    for (const auto& [name, error] : store.brokenConfigurations())
-        context.console.warning("the configuration '" + name + "' cannot be read: " + error.description());
+    const auto broken = store.brokenConfigurations();
+    for (const auto& [name, error] : broken)
+        context.console.error("the configuration '" + name + "' cannot be read: " + error.description());
     if (command.json) {
         context.console.document(json::configurations(confs));
-        return ExitStatus::done;
+        return broken.empty() ? ExitStatus::done : ExitStatus::configuration;
     }
     std::size_t nameWidth = 0;
     for (const auto& conf : confs)
         nameWidth = std::max(nameWidth, conf->name().size());
     for (const auto& conf : confs)
         context.console.data(listLine(*conf, nameWidth));
-    return ExitStatus::done;
+    return broken.empty() ? ExitStatus::done : ExitStatus::configuration;
 }
 
 ExitStatus run(const ConfigShow& command, BXSyncConfigManager& store, CommandContext& context)
@@ -186,8 +188,13 @@ ExitStatus run(const ConfigSet& command, BXSyncConfigManager& store, CommandCont
     if (!conf) return conf.error();
     const auto lock = lockRuns((*conf)->syncinfoPath(), (*conf)->name(), context);
     if (!lock) return lock.error();
+    const auto formerFolder = (*conf)->localPath();
     if (const auto applied = applyOptions(command.options, **conf, context); !applied)
         return refuseOptions(context, applied.error());
+    if (const auto left = leaveFolder(**conf, formerFolder); !left)
+        return refuse(context, ExitStatus::configuration,
+                      "an interrupted download in " + formerFolder +
+                          " cannot be put right: " + left.error().description());
     return saveEdited(store, *conf, context);
 }
 

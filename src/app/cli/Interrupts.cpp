@@ -36,7 +36,7 @@ struct Interrupts::State
     std::array<struct sigaction, handledSignals.size()> previous{};
     std::function<void()> first;
     std::function<void()> second;
-    std::function<void()> hangUp;
+    std::function<bool()> hangUp;
     std::thread thread;
 
     void openPipe();
@@ -84,8 +84,8 @@ void Interrupts::State::serve()
         const auto got = ::read(readEnd, &byte, 1);
         if (got < 0 && errno == EINTR) continue;
         if (got != 1 || byte == endByte) return;
-        if (byte == hangUpByte) {
-            hangUp();
+        if (byte == hangUpByte && !seenOne) {
+            seenOne = hangUp();
             continue;
         }
         (seenOne ? second : first)();
@@ -93,7 +93,7 @@ void Interrupts::State::serve()
     }
 }
 
-Interrupts::Interrupts(std::function<void()> first, std::function<void()> second, std::function<void()> hangUp)
+Interrupts::Interrupts(std::function<void()> first, std::function<void()> second, std::function<bool()> hangUp)
     : state_(std::make_unique<State>())
 {
     state_->first = std::move(first);

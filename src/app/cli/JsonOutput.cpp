@@ -14,9 +14,30 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+/// JSON leaves DEL and the C1 controls as they are, which a terminal does not.
+std::string withEscapedControls(const std::string& document)
+{
+    std::string text;
+    text.reserve(document.size());
+    for (std::size_t i = 0; i < document.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(document[i]);
+        const auto next = i + 1 < document.size() ? static_cast<unsigned char>(document[i + 1]) : 0U;
+        const bool isC1 = byte == 0xC2 && next >= 0x80 && next < 0xA0;
+        if (byte != 0x7F && !isC1) {
+            text += document[i];
+            continue;
+        }
+        char escaped[8];
+        std::snprintf(escaped, sizeof escaped, "\\u%04x", isC1 ? next : byte);
+        text += escaped;
+        if (isC1) ++i;
+    }
+    return text;
+}
+
 std::string documentText(const Json& document)
 {
-    return document.dump(2, ' ', false, Json::error_handler_t::replace);
+    return withEscapedControls(document.dump(2, ' ', false, Json::error_handler_t::replace));
 }
 
 Json timeValue(const std::optional<dates::Seconds>& time)

@@ -1,5 +1,7 @@
 #include "app/cli/RunCommands.h"
 
+#include <set>
+
 #include "app/cli/Console.h"
 #include "app/cli/JsonOutput.h"
 #include "app/cli/NamedConfigurations.h"
@@ -30,16 +32,29 @@ std::vector<Outcome> brokenOutcomes(const std::vector<std::string>& names, BXSyn
     return outcomes;
 }
 
-/// Nothing where a named configuration is missing.
-tl::expected<std::vector<Outcome>, ExitStatus> outcomesOf(const std::vector<std::string>& names,
-                                                          SequenceRunner::Plan plan, BXSyncConfigManager& store,
-                                                          CommandContext& context)
+/// Those of the names that can be read, and an outcome for each of the others.
+std::vector<std::shared_ptr<BXSyncConf>> readable(const std::vector<std::string>& names, BXSyncConfigManager& store,
+                                                  Console& console, std::vector<Outcome>& outcomes)
 {
-    const auto chosen = chosenConfigurations(names, store, context.console);
-    if (!chosen) return tl::unexpected(chosen.error());
+    std::vector<std::shared_ptr<BXSyncConf>> chosen;
+    std::set<std::string> seen;
+    for (const auto& name : names.empty() ? store.enableConfigNames() : names) {
+        if (!seen.insert(name).second) continue;
+        if (auto conf = namedConfiguration(name, store, console))
+            chosen.push_back(std::move(*conf));
+        else
+            outcomes.push_back({name, conf.error(), {}});
+    }
+    return chosen;
+}
+
+std::vector<Outcome> outcomesOf(const std::vector<std::string>& names, SequenceRunner::Plan plan,
+                                BXSyncConfigManager& store, CommandContext& context)
+{
     auto outcomes = brokenOutcomes(names, store, context.console);
-    if (chosen->empty() && outcomes.empty()) context.console.notice("there is no enabled configuration");
-    for (auto& outcome : SequenceRunner(context, plan).run(*chosen))
+    const auto chosen = readable(names, store, context.console, outcomes);
+    if (chosen.empty() && outcomes.empty()) context.console.notice("there is no enabled configuration");
+    for (auto& outcome : SequenceRunner(context, plan).run(chosen))
         outcomes.push_back(std::move(outcome));
     return outcomes;
 }
@@ -76,21 +91,19 @@ ExitStatus run(const Sync& command, BXSyncConfigManager& store, CommandContext& 
 {
     const SequenceRunner::Plan plan{false, {command.onDelete, command.onConflict, command.skipErrors}};
     const auto outcomes = outcomesOf(command.names, plan, store, context);
-    if (!outcomes) return outcomes.error();
-    showSummaries(*outcomes, context.console);
-    if (command.json) context.console.document(json::outcomes(*outcomes));
-    return gravest(*outcomes);
+    showSummaries(outcomes, context.console);
+    if (command.json) context.console.document(json::outcomes(outcomes));
+    return gravest(outcomes);
 }
 
 ExitStatus run(const List& command, BXSyncConfigManager& store, CommandContext& context)
 {
     const auto outcomes = outcomesOf(command.names, {true, {}}, store, context);
-    if (!outcomes) return outcomes.error();
     if (command.json)
-        context.console.document(json::outcomes(*outcomes));
+        context.console.document(json::outcomes(outcomes));
     else
-        showList(*outcomes, context.console);
-    return gravest(*outcomes);
+        showList(outcomes, context.console);
+    return gravest(outcomes);
 }
 
 } // namespace tidemark::cli

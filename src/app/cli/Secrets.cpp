@@ -3,6 +3,7 @@
 #include "app/cli/Console.h"
 #include "app/cli/Terminal.h"
 #include "platform/FileSystem.h"
+#include "platform/Unicode.h"
 
 namespace tidemark::cli {
 
@@ -17,11 +18,18 @@ std::string firstLine(const std::string& text)
     return line;
 }
 
+/// Other text could not be stored, and would be taken for none.
+Checked<std::string> checkedSecret(std::string secret)
+{
+    if (!isUtf8(secret)) return tl::unexpected(std::string("passwords and keys have to be UTF-8 text"));
+    return secret;
+}
+
 Checked<std::string> passwordFromFile(const std::string& path)
 {
     const auto text = fs::readFile(path, longestPasswordFile);
     if (!text) return tl::unexpected("the password file cannot be read: " + text.error().description());
-    return firstLine(*text);
+    return checkedSecret(firstLine(*text));
 }
 
 } // namespace
@@ -39,7 +47,7 @@ Checked<std::string> secretFromInput(Terminal& terminal, const std::string& what
 {
     const auto line = terminal.isInteractive() ? terminal.readSecret([] {}) : terminal.readLine();
     if (!line || line->empty()) return tl::unexpected("standard input has no line with " + what);
-    return *line;
+    return checkedSecret(*line);
 }
 
 std::optional<std::string> askSecret(Console& console, Terminal& terminal, const std::string& question)

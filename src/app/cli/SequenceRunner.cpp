@@ -33,11 +33,18 @@ private:
     BXSyncProgressModel& progress_;
 };
 
+bool isKnown(SyncMode mode)
+{
+    return mode == SyncMode::twoWay || mode == SyncMode::uploadOnly || mode == SyncMode::downloadOnly;
+}
+
 /// Why `conf` cannot be run at all. A folder that is not there is not an empty one: taking it so would delete
 /// everything on the server.
 std::optional<std::string> unfitness(const BXSyncConf& conf)
 {
     if (conf.url().empty()) return "its server folder is no http or https URL: " + conf.serverURL();
+    if (!isKnown(conf.mode()))
+        return "its mode is none that there is: " + std::to_string(static_cast<int>(conf.mode()));
     if (!fs::isFolder(conf.localPath())) return "its local folder is not there: " + conf.localPath();
     return std::nullopt;
 }
@@ -122,6 +129,7 @@ void SequenceRunner::runSignedIn(const std::shared_ptr<BXSyncConf>& conf, Outcom
         const MeteredManager metered(manager, progress_);
         const Cancellation::Handler cancelling(context_.cancellation, [&] { manager.setCancelFlg(true); });
         (plan_.listsOnly ? manager.startListup(false) : manager.startSync())->join();
+        manager.joinThreads();
     }
     outcome.items = itemsOf(manager);
     outcome.status = statusOf(manager.outcome());

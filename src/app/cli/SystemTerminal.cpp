@@ -1,9 +1,11 @@
 #include "app/cli/Terminal.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <mutex>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -128,7 +130,8 @@ std::optional<std::string> SystemTerminal::readSecret(const std::function<void()
 Terminal::Wait SystemTerminal::waitForReturn(std::chrono::milliseconds limit)
 {
     if (!atEnd_) {
-        switch (waitForInput(cancellation_, static_cast<int>(limit.count()))) {
+        switch (waitForInput(
+            cancellation_, static_cast<int>(std::min<std::int64_t>(limit.count(), std::numeric_limits<int>::max())))) {
         case InputWait::cancelled:
             return Wait::cancelled;
         case InputWait::elapsed:

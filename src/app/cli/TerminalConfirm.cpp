@@ -142,12 +142,6 @@ std::optional<BXSyncConfirmResult> TerminalConfirm::confirm(const BXSyncConfirmI
     return std::nullopt;
 }
 
-bool TerminalConfirm::answerWasNeeded() const
-{
-    std::lock_guard lock(mutex_);
-    return answerWasNeeded_;
-}
-
 bool TerminalConfirm::personCancelled() const
 {
     std::lock_guard lock(mutex_);
@@ -205,8 +199,6 @@ BXSyncConfirmResult TerminalConfirm::askOrCancel(const BXSyncConfirmInfo& info, 
     if (context_.terminal.isInteractive()) return ask(info);
     context_.console.error(messageText(info));
     context_.console.error(std::string("nobody can be asked: the run is cancelled; answer with ") + option);
-    std::lock_guard lock(mutex_);
-    answerWasNeeded_ = true;
     return {cancelChoice(info).returnCode, false};
 }
 

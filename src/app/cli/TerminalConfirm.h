@@ -27,8 +27,6 @@ public:
 
     std::optional<BXSyncConfirmResult> confirm(const BXSyncConfirmInfo& info) override;
 
-    /// A question got its cancel choice because nobody could be asked.
-    bool answerWasNeeded() const;
     /// A person chose to cancel.
     bool personCancelled() const;
 
@@ -44,7 +42,6 @@ private:
     CommandContext& context_;
     const ConfirmOptions options_;
     mutable std::mutex mutex_; // guards all below
-    bool answerWasNeeded_ = false;
     bool personCancelled_ = false;
 };
 

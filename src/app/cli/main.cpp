@@ -48,7 +48,7 @@ int main(int argc, char** argv)
     std::signal(SIGPIPE, SIG_IGN);
     MainThread::adopt();
     cli::Cancellation cancellation;
-    const cli::Interrupts interrupts([&] { cancellation.request(); }, endAtOnce, [&] { cancellation.hangUp(); });
+    const cli::Interrupts interrupts([&] { cancellation.request(); }, endAtOnce, [&] { return cancellation.hangUp(); });
     cli::SystemTerminal terminal(cancellation);
     cli::ProgramWorld world{std::cout, std::cerr, terminal, cancellation, Clock::system()};
     return static_cast<int>(cli::runProgram({argv + 1, argv + argc}, world));
