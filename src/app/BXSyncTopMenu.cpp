@@ -42,16 +42,16 @@ TaskList BXSyncTopMenu::dueTasks()
     for (const auto& name : outside_.store.enableConfigNames()) {
         const auto conf = outside_.store.get(name, true);
         if (!conf) continue;
-        if (conf->info()->isUseAuthorization() && schedules_.fire(conf->syncSchedules())) {
-            auto task = namedTask(name);
-            task->scheduleSync = true;
-            scheduled.push_back(std::move(task));
-        }
-        if (conf->autosync() && hasWatchedChanges(name) && !isRunElsewhere(*conf)) {
-            auto task = namedTask(name);
-            task->autoSync = true;
-            automatic.push_back(std::move(task));
-        }
+        if (conf->info()->isUseAuthorization() && schedules_.fire(conf->syncSchedules()))
+            if (auto task = namedTask(name)) {
+                task->scheduleSync = true;
+                scheduled.push_back(std::move(task));
+            }
+        if (conf->autosync() && hasWatchedChanges(name) && !isRunElsewhere(*conf))
+            if (auto task = namedTask(name)) {
+                task->autoSync = true;
+                automatic.push_back(std::move(task));
+            }
     }
     scheduled.insert(scheduled.end(), automatic.begin(), automatic.end());
     return scheduled;
@@ -86,9 +86,11 @@ bool BXSyncTopMenu::isRunElsewhere(const BXSyncConf& conf) const
 
 std::shared_ptr<BXSyncTask> BXSyncTopMenu::namedTask(const std::string& name) const
 {
+    auto conf = outside_.store.get(name, false);
+    if (!conf) return nullptr;
     auto task = std::make_shared<BXSyncTask>();
     task->name = name;
-    task->conf = outside_.store.get(name, false);
+    task->conf = std::move(conf);
     return task;
 }
 
@@ -98,8 +100,9 @@ void BXSyncTopMenu::syncStart(const std::vector<std::string>& names, bool listup
     TaskList tasks;
     for (const auto& name : names) {
         auto task = namedTask(name);
+        if (!task || !task->conf->enable()) continue;
         task->listup = listup;
-        if (task->conf && task->conf->enable()) tasks.push_back(std::move(task));
+        tasks.push_back(std::move(task));
     }
     begin(std::move(tasks), listup);
 }
@@ -145,7 +148,7 @@ void BXSyncTopMenu::execSyncOnTerminate(bool terminate, std::function<void()> ma
     if (!makeRoom(terminate)) return;
     TaskList tasks;
     for (const auto& name : outside_.store.enableConfigNames())
-        tasks.push_back(namedTask(name));
+        if (auto task = namedTask(name)) tasks.push_back(std::move(task));
     if (terminate) {
         auto last = std::make_shared<BXSyncTask>();
         last->operate = [mayTerminate = std::move(mayTerminate)] { BXTidemarkUtils::execMainThread(mayTerminate); };

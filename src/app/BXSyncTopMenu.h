@@ -63,6 +63,7 @@ private:
     /// a whole. A folder that was gone is watched again once it is there.
     bool hasWatchedChanges(const std::string& name);
     bool isRunElsewhere(const BXSyncConf& conf) const;
+    /// With the configuration as it is on disk; null where it cannot be read there any more.
     std::shared_ptr<BXSyncTask> namedTask(const std::string& name) const;
     /// False when a sequence runs that is not to be pushed aside.
     bool makeRoom(bool force);

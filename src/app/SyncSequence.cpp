@@ -22,8 +22,16 @@ void SyncSequence::run()
     } catch (const std::exception& exception) {
         BXLogger::globalErrorException(exception);
         BXTidemarkUtils::showErrorAlert("UNKNOWN_ERROR_OCCURRED");
+        runTerminateTask();
     }
     BXTidemarkUtils::execMainThread([this] { outside_.frontEnd.hideProgress(); });
+}
+
+/// Whoever ends the application waits for it.
+void SyncSequence::runTerminateTask()
+{
+    for (const auto& task : tasks_)
+        if (task->terminateTask && !task->finished) runOperation(*task);
 }
 
 void SyncSequence::runTasks()
@@ -60,7 +68,13 @@ void SyncSequence::runSync(BXSyncTask& task, std::size_t index)
         showPosition(task, index);
         auto run = outside_.makeRun(task);
         outside_.frontEnd.taskDidBegin(task);
-        const auto outcome = loginAndRun(task, run);
+        auto outcome = SequenceOutcome::someItemsFailed;
+        try {
+            outcome = loginAndRun(task, run);
+        } catch (...) {
+            outside_.frontEnd.taskDidEnd(task, outcome);
+            throw;
+        }
         outside_.frontEnd.taskDidEnd(task, outcome);
         if (run->isCancelled()) outside_.progress.setCanceled(true);
     }

@@ -27,11 +27,13 @@ public:
 
     SyncSequence(Outside outside, TaskList tasks) : outside_(std::move(outside)), tasks_(std::move(tasks)) {}
 
-    /// Returns when the last task has ended. An exception inside a task ends the sequence with an alert.
+    /// Returns when the last task has ended. An exception inside a task ends the sequence with an alert; of the tasks
+    /// left only the one that ends the application is run.
     void run();
 
 private:
     void runTasks();
+    void runTerminateTask();
     /// Takes the waiting tasks over, unless the sequence was cancelled.
     void checkAddingSyncTask();
     /// False after a task that ends the application.

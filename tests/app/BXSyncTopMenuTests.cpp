@@ -35,7 +35,11 @@ public:
     }
     void runMainLoopUntil(const std::function<bool()>& done) override { loop->runUntil(done); }
     void wakeMainLoop() override { loop->wake(); }
+    void taskDidBegin(const BXSyncTask&) override { ++begun; }
+    void taskDidEnd(const BXSyncTask&, SequenceOutcome) override { ++ended; }
 
+    int begun = 0; // sync thread, read after the sequence, like the one below
+    int ended = 0;
     std::shared_ptr<RunLoop> loop = RunLoop::current();
     std::vector<std::string> calls;
     std::vector<std::string> listed; // sync thread, read after the sequence
@@ -269,10 +273,41 @@ TEST_F(BXSyncTopMenuTest, AFaultInsideATaskEndsTheSequenceWithAnAlert)
     waitUntilIdle();
     EXPECT_THAT(script.events(), IsEmpty());
     EXPECT_EQ(alerts->alerts.size(), 1U);
+    EXPECT_EQ(frontEnd.begun, 1);
+    EXPECT_EQ(frontEnd.ended, 1);
 
     menu.syncStart(std::vector<std::string>{"b"}, false);
     waitUntilIdle();
     EXPECT_THAT(script.events(), ElementsAre("sync b"));
+
+    bool mayTerminate = false;
+    menu.execSyncOnTerminate(true, [&] {
+        mayTerminate = true;
+        frontEnd.loop->wake();
+    });
+    frontEnd.runMainLoopUntil([&] { return mayTerminate; });
+    waitUntilIdle();
+    EXPECT_THAT(script.events(), ElementsAre("sync b")) << "whoever waits for the end is not left waiting";
+}
+
+TEST_F(BXSyncTopMenuTest, AConfigurationThatCannotBeReadAnyMoreIsLeftOut)
+{
+    addScheduled("a", {BXSyncSchedule(-1, -1, 15)});
+    auto watched = configure("b");
+    watched->setAutosync(true);
+    store.startWatching();
+    save(watched);
+    tree.write("config/a.xml", "<plist>");
+    tree.write("config/b.xml", "");
+    store.fileWatcher("b")->presentedSubitemDidChange(tree.path("b/file.txt"));
+
+    EXPECT_THAT(checkAt(3, 10, 15), IsEmpty());
+    menu.syncStart(std::vector<std::string>{"a", "b"}, false);
+    waitUntilIdle();
+    menu.execSyncOnTerminate(false, {});
+    waitUntilIdle();
+    EXPECT_THAT(script.events(), IsEmpty());
+    EXPECT_EQ(store.fileWatcher("b")->modifiedList(false).size(), 1U) << "noted until it can be read again";
 }
 
 } // namespace
