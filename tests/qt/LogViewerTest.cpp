@@ -130,8 +130,8 @@ TEST_F(LogViewerTest, LongLogIsTakenFromItsEnd)
 TEST_F(LogViewerTest, SaysWhereThereIsNoLog)
 {
     LogViewer viewer(store, settings);
-    viewer.show();
     viewer.showConfiguration("Quiet");
+    viewer.show();
     EXPECT_TRUE(shows(viewer, "“Quiet” keeps no log"));
     viewer.showConfiguration("Work");
     EXPECT_FALSE(shows(viewer, "keeps no log"));
@@ -139,6 +139,8 @@ TEST_F(LogViewerTest, SaysWhereThereIsNoLog)
     // The program has no log yet.
     viewer.findChild<QComboBox*>()->setCurrentIndex(0);
     EXPECT_TRUE(QTest::qWaitFor([&] { return shows(viewer, "Nothing has been logged"); }));
+    QTest::mouseClick(button(viewer, "Folder"), Qt::LeftButton);
+    EXPECT_TRUE(shows(viewer, "could not be opened: " + fromUtf8(tree.path("store/logs"))));
 }
 
 TEST_F(LogViewerTest, ReportIsShownBeforeItIsSaved)

@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QDate>
 #include <QDesktopServices>
+#include <QDir>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -65,7 +66,9 @@ LogViewer::LogViewer(BXSyncConfigManager& store, const BXSyncGlobalConf& setting
     layout->addWidget(makeTable(), 1);
     layout->addWidget(makeButtons());
     resize(fontMetrics().averageCharWidth() * 165, fontMetrics().lineSpacing() * 30);
-    connect(new QShortcut(QKeySequence::Copy, table_), &QShortcut::activated, this, &LogViewer::copySelected);
+    auto* copy = new QShortcut(QKeySequence::Copy, table_);
+    copy->setContext(Qt::WidgetShortcut);
+    connect(copy, &QShortcut::activated, this, &LogViewer::copySelected);
     timer_.setInterval(lookMilliseconds);
     connect(&timer_, &QTimer::timeout, this, [this] { look(Look::forward); });
     loadSources();
@@ -97,7 +100,10 @@ QWidget* LogViewer::makeChoice()
         layout->addWidget(makeLabel(key, field));
         layout->addWidget(field, field == part_ ? 1 : 0);
     }
-    connect(log_, &QComboBox::currentIndexChanged, this, &LogViewer::sourceChosen);
+    connect(log_, &QComboBox::currentIndexChanged, this, [this] {
+        hint_.clear();
+        sourceChosen();
+    });
     connect(day_, &QComboBox::currentIndexChanged, this, &LogViewer::fileChosen);
     connect(level_, &QComboBox::currentIndexChanged, this, &LogViewer::applyFilter);
     connect(part_, &QLineEdit::textChanged, this, &LogViewer::applyFilter);
@@ -160,7 +166,7 @@ QWidget* LogViewer::makeButtons()
     return buttons;
 }
 
-void LogViewer::loadSources()
+bool LogViewer::loadSources()
 {
     sources_ = logSources(store_);
     const auto previous = log_->currentData();
@@ -170,6 +176,7 @@ void LogViewer::loadSources()
         log_->addItem(known.configuration.empty() ? text(table, "PROGRAM") : fromUtf8(known.configuration),
                       fromUtf8(known.configuration));
     log_->setCurrentIndex(std::max(log_->findData(previous), 0));
+    return log_->currentData() != previous;
 }
 
 const LogSource* LogViewer::source() const
@@ -182,17 +189,18 @@ void LogViewer::showConfiguration(const std::string& name)
 {
     loadSources();
     const auto index = log_->findData(fromUtf8(name));
-    log_->setCurrentIndex(std::max(index, 0));
+    {
+        const QSignalBlocker blocker(log_);
+        log_->setCurrentIndex(std::max(index, 0));
+    }
+    hint_ = index < 0 ? text(table, "NO_LOG", {{"name", name}}) : QString();
     sourceChosen();
-    if (index < 0) hint_ = text(table, "NO_LOG", {{"name", name}});
-    showState();
 }
 
 void LogViewer::showEvent(QShowEvent* event)
 {
     DismissibleWindow::showEvent(event);
-    loadSources();
-    if (!reader_) sourceChosen();
+    if (loadSources() || !reader_) sourceChosen();
     timer_.start();
 }
 
@@ -209,7 +217,6 @@ void LogViewer::sourceChosen()
         const QSignalBlocker blocker(day_);
         day_->clear();
     }
-    hint_.clear();
     open(nullptr);
 }
 
@@ -320,10 +327,11 @@ void LogViewer::copySelected() const
 void LogViewer::openFolder()
 {
     const auto* chosen = source();
-    if (!chosen || !QDesktopServices::openUrl(QUrl::fromLocalFile(fromUtf8(chosen->folder))))
-        hint_ = text(table, "FOLDER_FAILED", {{"folder", chosen ? chosen->folder : std::string()}});
-    else
-        hint_.clear();
+    if (!chosen) return;
+    const auto folder = fromUtf8(chosen->folder);
+    // The desktop's own opener says nothing of a folder that is not there.
+    const bool opened = QDir(folder).exists() && QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
+    hint_ = opened ? QString() : text(table, "FOLDER_FAILED", {{"folder", chosen->folder}});
     showState();
 }
 

@@ -71,7 +71,8 @@ private:
     QWidget* makeChoice();
     QWidget* makeTable();
     QWidget* makeButtons();
-    void loadSources();
+    /// Whether another log than before is the chosen one.
+    bool loadSources();
     void sourceChosen();
     void fileChosen();
     void open(std::shared_ptr<LogFileReader> reader);

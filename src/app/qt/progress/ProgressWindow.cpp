@@ -4,6 +4,7 @@
 
 #include <QCheckBox>
 #include <QGridLayout>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -48,7 +49,8 @@ QLabel* makeTrailingLabel()
 {
     auto* label = new QLabel;
     label->setTextFormat(Qt::PlainText);
-    label->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
+    const bool rightToLeft = QGuiApplication::layoutDirection() == Qt::RightToLeft;
+    label->setAlignment((rightToLeft ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignAbsolute | Qt::AlignVCenter);
     return label;
 }
 
@@ -87,6 +89,8 @@ ProgressWindow::ProgressWindow(BXSyncProgressModel& model, SyncItems& items, QWi
     layout->addWidget(makeButtons());
     details_->hide();
     resize(std::max(widthOf(*this, 88), sizeHint().width()), sizeHint().height());
+    // A coarse timer may fire early.
+    timer_.setTimerType(Qt::PreciseTimer);
     timer_.setInterval(refreshMilliseconds);
     connect(&timer_, &QTimer::timeout, this, &ProgressWindow::refresh);
 }
