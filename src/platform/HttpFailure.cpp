@@ -1,5 +1,7 @@
 #include "platform/HttpFailure.h"
 
+#include <cctype>
+
 #include <curl/curl.h>
 
 #include "platform/IdentityStoreDocument.h"
@@ -35,12 +37,24 @@ HttpStreamFailure kindOf(const HttpTransferEnd& end, const HttpTlsObservation& t
                                                     : HttpStreamFailure::other;
 }
 
+/// In the form in which a person finds it elsewhere.
+std::string shownFingerprint(const std::string& hex)
+{
+    std::string shown;
+    for (std::size_t i = 0; i < hex.size(); ++i) {
+        if (i != 0 && i % 2 == 0) shown += ':';
+        shown += static_cast<char>(std::toupper(static_cast<unsigned char>(hex[i])));
+    }
+    return shown;
+}
+
 std::shared_ptr<const ServerCertificate> describe(const std::string& pem)
 {
     const auto fields = IdentityStoreDocument::readCertificate(pem);
     if (!fields) return nullptr;
     return std::make_shared<ServerCertificate>(ServerCertificate{fields->subject, fields->issuerText, fields->validFrom,
-                                                                 fields->expires, fields->fingerprint});
+                                                                 fields->expires,
+                                                                 shownFingerprint(fields->fingerprint)});
 }
 
 } // namespace

@@ -107,7 +107,7 @@ struct ServerCertificate
     std::string issuer;
     dates::Time validFrom;
     dates::Time validUntil;
-    /// SHA-256 in lower-case hexadecimal digits.
+    /// SHA-256 as programs show it: "AB:CD:…".
     std::string fingerprint;
 };
 

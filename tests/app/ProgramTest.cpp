@@ -7,6 +7,7 @@
 #include "devserver/Server.h"
 #include "tests/app/CommandWorld.h"
 #include "tests/app/ProgramRun.h"
+#include "tests/support/Certificates.h"
 
 namespace tidemark::cli {
 namespace {
@@ -338,6 +339,33 @@ TEST_F(ProgramTest, OnATerminalTheQuestionsAreAsked)
     program.type("2\n");
     EXPECT_EQ(program.finish(), 0) << program.output();
     EXPECT_EQ(contentOf(folder.path("work/a.txt")), "a") << "the second choice restores the file";
+}
+
+TEST_F(ProgramTest, OnATerminalAnUntrustedCertificateIsShownAndNotTrustedByDefault)
+{
+    tidemark::testing::Certificates certificates;
+    const auto files = certificates.selfSigned();
+    auto options = serverOptions();
+    options.tls.enabled = true;
+    options.tls.certificateFile = files.certificate;
+    options.tls.keyFile = files.key;
+    const devserver::Server secure(options);
+    createConfiguration("safe");
+    ASSERT_EQ(tidemark({"config", "set", "safe", "--url", secure.url("server")}), 0) << messages;
+    const auto said = [&](const char* field) {
+        const auto text = tidemark::testing::requireCommand(
+            {"openssl", "x509", "-in", files.certificate, "-noout", field, "-sha256", "-nameopt", "RFC2253"});
+        return text.substr(text.find('=') + 1, text.find('\n') - text.find('=') - 1);
+    };
+    for (const auto* answer : {"\n", "y\n"}) {
+        ProgramRun program(withConfig({"config", "check", "safe"}), folder.path(), {},
+                           ProgramRun::Connection::terminal);
+        ASSERT_TRUE(program.waitFor("[y/N]")) << program.output();
+        program.type(answer);
+        EXPECT_EQ(program.finish(), *answer == 'y' ? 0 : 4) << program.output();
+        EXPECT_THAT(program.output(), AllOf(HasSubstr(said("-fingerprint")), HasSubstr("subject"), HasSubstr("issuer"),
+                                            HasSubstr("valid")));
+    }
 }
 
 TEST_F(ProgramTest, ControlCOnATerminalLeavesItsEchoOn)

@@ -1,6 +1,8 @@
 // Sign-in, framing and redirects against Apache.
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -89,11 +91,18 @@ TEST_P(HttpWire, AnUploadWithKnownCredentialsSendsItsBodyOnce)
     send<ASWDCmdOptions>(server.url(), info);
     server.clearRequests();
 
-    EXPECT_EQ(outcomeOf(*upload(server.url("/big"), info, std::string(64 * mebibyte, 'x'))), "201");
-    EXPECT_EQ(std::filesystem::file_size(server.root() / "big"), 64 * mebibyte);
+    constexpr auto size = 1024 * mebibyte;
+    const auto source = server.root().parent_path() / "source";
+    std::ofstream(source).close();
+    std::filesystem::resize_file(source, size);
+    auto put = std::make_shared<ASWDCmdPut>(urlOf(server.url("/big")), info);
+    put->setFilePath(source);
+    put->setFileLength(size);
+    EXPECT_EQ(outcomeOf(*carryOut(put)), "201");
+    EXPECT_EQ(std::filesystem::file_size(server.root() / "big"), size);
     const std::vector<ApacheRequest> requests = server.requests();
     EXPECT_EQ(requests.size(), 1U);
-    EXPECT_LT(receivedBytes(requests), 64 * mebibyte + 4096);
+    EXPECT_LT(receivedBytes(requests), size + 4096);
 }
 
 TEST_P(HttpWire, AnUploadThatIsChallengedArrivesWhole)

@@ -19,6 +19,7 @@
 #include "app/cli/Terminal.h"
 #include "config/BXSyncConfigManager.h"
 #include "config/BXSyncGlobalConf.h"
+#include "platform/Localization.h"
 #include "platform/Places.h"
 #include "platform/Unicode.h"
 #include "security/BXSyncPasswordManager.h"
@@ -139,6 +140,8 @@ ExitStatus runProgram(std::vector<std::string> arguments, ProgramWorld& world)
         if (!folder) return answer({ExitStatus::usage, {}, "--config-dir: " + folder.error()}, world, console);
         Places::setRoot(*folder);
     }
+    // One language for all it says: scripts read it.
+    Localization::setLanguage("en");
     const EngineSetup setup(console, world.terminal);
     CommandContext context{console, world.terminal, world.cancellation, world.clock, workingDirectory};
     return dispatchSafely(line.command, context);
