@@ -17,10 +17,11 @@ namespace {
 constexpr int multiStatus = 207;
 constexpr int notFound = 404;
 
-/// Answers to the form of a URL that a server does not take: redirections, Method Not Allowed, Conflict.
+/// Answers to the form of a URL that a server does not take: redirections, Bad Request (a "/" behind a file's name),
+/// Method Not Allowed, Conflict.
 bool refusesForm(int status)
 {
-    return (status >= 301 && status <= 308) || status == 405 || status == 409;
+    return (status >= 301 && status <= 308) || status == 400 || status == 405 || status == 409;
 }
 
 /// The canonical form without "/" at its end, in which items' URLs begin.

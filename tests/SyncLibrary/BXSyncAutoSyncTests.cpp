@@ -87,6 +87,20 @@ TEST_F(AutoSync, keepsTheServersSpellingOfNames)
     world.expectQuiet(client);
 }
 
+TEST_F(AutoSync, aServerThatTakesNoSlashBehindAFileIsAskedWithoutIt)
+{
+    client.local.remove("c.txt");
+    client.local.makeFolder("c.txt");
+    client.local.write("d/a.txt", "2", at(100));
+    for (const auto* path : {"c.txt", "d/a.txt"})
+        note(path);
+    world.server->addFault({"PROPFIND", "*/c.txt/", devserver::fault::Status{400, {}, {}}, 1, 0});
+    auto manager = makeManager();
+    EXPECT_EQ(run(*manager), Outcome::finished);
+    EXPECT_EQ(world.server->faultsStruck(), 1U);
+    EXPECT_EQ(world.remote.content("sync/d/a.txt"), "2");
+}
+
 TEST_F(AutoSync, asksTheServerNothingWithoutLocalChanges)
 {
     auto manager = makeManager();
