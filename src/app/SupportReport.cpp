@@ -85,10 +85,19 @@ std::string settingsText(const BXSyncGlobalConf& settings)
            line("hideProgress", settings.hideProgress());
 }
 
+/// An address without what may stand before its host, or after its path: both can carry a secret. Of a text that is no
+/// URL everything up to the last "@" counts as such.
+std::string publicAddress(const std::string& address)
+{
+    auto text = address;
+    if (const auto sign = text.rfind('@'); sign != std::string::npos && !Url::parse(text)) text.erase(0, sign + 1);
+    return text.substr(0, text.find_first_of("?#"));
+}
+
 std::string connectionText(const ASHttpConnectInfo& info)
 {
     return line("isUseAuthorization", info.isUseAuthorization()) + line("isUseProxy", info.isUseProxy()) +
-           line("proxyHost", info.proxyHost()) +
+           line("proxyHost", publicAddress(info.proxyHost())) +
            line("proxyPort", static_cast<std::uint64_t>(std::max(info.proxyPort().value_or(0), 0))) +
            line("isUseProxyAuthorization", info.isUseProxyAuthorization());
 }
@@ -96,9 +105,7 @@ std::string connectionText(const ASHttpConnectInfo& info)
 std::string configurationText(const BXSyncConf& conf)
 {
     std::string text =
-        line("name", conf.name()) + line("enable", conf.enable()) +
-        // What may follow the path can carry a token.
-        line("serverURL", conf.serverURL().substr(0, conf.serverURL().find_first_of("?#"))) +
+        line("name", conf.name()) + line("enable", conf.enable()) + line("serverURL", publicAddress(conf.serverURL())) +
         line("localPath", conf.localPath()) + line("syncmode", std::to_string(static_cast<int>(conf.mode()))) +
         line("autosync", conf.autosync()) + line("serverDelete", conf.serverDelete()) +
         line("localDelete", conf.localDelete()) + line("conflict", conf.conflict()) +

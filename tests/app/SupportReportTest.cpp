@@ -38,6 +38,8 @@ TEST(SecretScrubber, WhatNamesASecretIsFollowedByNone)
     const SecretScrubber scrubber;
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"at https://user:p@w@host/a and http://x@y", "at https://host/a and http://y"},
+        {"https://user:pa/s?s@host:80/a b@c", "https://host:80/a b@c"},
+        {"http://host:8080/a@b http://[::1]:80/a@b", "http://host:8080/a@b http://[::1]:80/a@b"},
         {"mail a@b.c, https://host/a@b", "mail a@b.c, https://host/a@b"},
         {"Proxy-Authorization: Basic abc", "Proxy-Authorization: [removed]"},
         {"set-cookie: a=b; path=/", "set-cookie: [removed]"},
@@ -65,6 +67,7 @@ struct SupportReportTest : ::testing::Test
         conf->info()->setPassword("the-password");
         conf->info()->setProxyUsername("proxy-user");
         conf->info()->setProxyPassword("pp7");
+        conf->info()->setProxyHost("urluser:urlpassword@proxy.test");
         store.save({{"Work", conf}});
     }
     ~SupportReportTest() override { BXSyncConf::setPasswordDelegate(nullptr); }
@@ -132,7 +135,8 @@ TEST_F(SupportReportTest, HoldsSettingsAndLogsButNoSecret)
     EXPECT_THAT(files.at("versions.txt"), HasSubstr("Widgets: 6.4"));
     EXPECT_THAT(files.at("settings.txt"), HasSubstr("reconnectLimit: 3"));
     const auto& configuration = files.at("configurations/Work.txt");
-    EXPECT_THAT(configuration, HasSubstr("serverURL: ftp://server.test/folder\n"));
+    EXPECT_THAT(configuration, HasSubstr("serverURL: server.test/folder\n"));
+    EXPECT_THAT(configuration, HasSubstr("proxyHost: proxy.test\n"));
     EXPECT_THAT(configuration, HasSubstr("localPath: /home/me/work\n"));
     EXPECT_THAT(configuration, HasSubstr("not shown: username, password, proxyUsername, proxyPassword, encryptKey\n"));
     EXPECT_THAT(files.at("logs/marlock_tidemark_Work_2026-11-15.log"), HasSubstr("kept\nsaid [removed]"));
