@@ -1,6 +1,6 @@
 // Starting over: what the operations remove, what they leave, whom they ask, and what stops them.
 
-#include <mutex>
+#include <atomic>
 #include <sys/fsuid.h>
 #include <unistd.h>
 
@@ -137,7 +137,7 @@ TEST_F(MaintenanceCommands, AnEntryThatTheServerKeepsIsAskedAbout)
 
 TEST_F(MaintenanceCommands, NoRunComesBetweenTheRemovalAndItsSync)
 {
-    int between = -1;
+    std::atomic<int> between = -1;
     server.addFault({.method = "DELETE",
                      .effect = fault::Call{[&] {
                                                ProgramRun sync(withConfig({"sync"}), state.root());
