@@ -8,10 +8,8 @@
 #include "app/BXSyncTopMenu.h"
 #include "app/ConfigurationChanges.h"
 #include "app/FrontEnd.h"
-#include "app/ServiceStatus.h"
-#include "app/StatusSocket.h"
+#include "app/ServedDirectory.h"
 #include "platform/Clock.h"
-#include "platform/FileSystem.h"
 #include "platform/RunLoop.h"
 
 namespace tidemark {
@@ -39,15 +37,13 @@ public:
     ~SyncService() override;
 
     /// Takes the configuration directory for this process and opens the status socket; "" or why not.
-    std::string begin();
+    std::string begin() { return served_.begin(); }
     /// Serves until terminate() has had its effect.
     void serve();
 
     /// Ends the running sequence; synchronises once more where the settings say so; then serve() returns.
     void terminate();
     void reload();
-
-    std::string statusJson();
 
 private:
     void check();
@@ -63,11 +59,8 @@ private:
     void taskDidEnd(const BXSyncTask& task, SequenceOutcome outcome) override;
 
     Outside outside_;
-    const std::string program_;
+    ServedDirectory served_;
     const std::shared_ptr<RunLoop> loop_;
-    std::unique_ptr<fs::FileLock> lock_;
-    std::unique_ptr<StatusServer> statusServer_;
-    RunHistory history_;
     BXSyncProgressModel progress_;
     std::unique_ptr<ConfigurationChanges> changes_;
     BXSyncTopMenu menu_;

@@ -1,7 +1,10 @@
-#include <QApplication>
+#include <csignal>
+
+#include "app/qt/TrayProgram.h"
 
 int main(int argc, char** argv)
 {
-    const QApplication application(argc, argv);
-    return 0;
+    // A server that goes away is a failed write, not the end of the program.
+    std::signal(SIGPIPE, SIG_IGN);
+    return tidemark::qt::runTrayProgram(argc, argv);
 }

@@ -1,0 +1,63 @@
+#include "app/qt/MenuWindow.h"
+
+#include <QCloseEvent>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+
+#include "app/qt/StatusMenu.h"
+#include "app/qt/Texts.h"
+
+namespace tidemark::qt {
+
+namespace {
+
+constexpr int iconSize = 32;
+
+QLabel* makeText(const QString& content)
+{
+    auto* label = new QLabel(content);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    return label;
+}
+
+} // namespace
+
+MenuWindow::MenuWindow(StatusMenu& menu, QWidget* parent)
+    : QWidget(parent), icon_(new QLabel), state_(makeText({})), message_(makeText(text("Desktop", "NO_STATUS_AREA")))
+{
+    setWindowTitle(QStringLiteral("Tidemark"));
+    auto* open = new QPushButton(text("Desktop", "OPEN_MENU"));
+    open->setMenu(&menu);
+    open->setDefault(true);
+    auto* layout = new QGridLayout(this);
+    layout->addWidget(icon_, 0, 0, Qt::AlignTop);
+    layout->addWidget(state_, 0, 1);
+    layout->addWidget(message_, 1, 0, 1, 2);
+    layout->addWidget(open, 2, 0, 1, 2, Qt::AlignTrailing);
+    layout->setColumnStretch(1, 1);
+    layout->setRowStretch(1, 1);
+    setMinimumWidth(fontMetrics().averageCharWidth() * 48);
+}
+
+void MenuWindow::showState(const QIcon& icon, const QString& toolTip)
+{
+    setWindowIcon(icon);
+    icon_->setPixmap(icon.pixmap(iconSize, iconSize));
+    state_->setText(toolTip);
+}
+
+void MenuWindow::showMessage(const QString& message)
+{
+    message_->setText(message);
+    raise();
+}
+
+void MenuWindow::closeEvent(QCloseEvent* event)
+{
+    event->ignore();
+    showMinimized();
+}
+
+} // namespace tidemark::qt
