@@ -1,4 +1,4 @@
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

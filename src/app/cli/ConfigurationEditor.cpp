@@ -105,12 +105,6 @@ void applyPolicies(const ConfigurationOptions& options, BXSyncConf& conf)
     if (options.onLocalDelete) conf.setLocalDelete(*options.onLocalDelete);
 }
 
-/// Whether a scan of `folder` comes by `path`: names that begin with "." are left alone.
-bool isScanned(const std::string& path, const std::string& folder)
-{
-    return isAtOrBelow(path, folder) && path.find("/.", folder == "/" ? 0 : folder.size()) == std::string::npos;
-}
-
 bool overlap(const std::string& a, const std::string& b)
 {
     return isAtOrBelow(a, b) || isAtOrBelow(b, a);
@@ -130,14 +124,6 @@ Checked<void> applyOptions(const ConfigurationOptions& options, BXSyncConf& conf
     if (options.logDays) conf.setLogKeepDays(*options.logDays);
     if (options.enabled) conf.setEnable(*options.enabled);
     if (options.autosync) conf.setAutosync(*options.autosync);
-    return {};
-}
-
-Checked<void> checkLocalFolder(const BXSyncConf& conf, const BXSyncConfigManager& store)
-{
-    if (isAtOrBelow(conf.localPath(), store.directory()) || isScanned(store.directory(), conf.localPath()))
-        return tl::unexpected("the local folder " + conf.localPath() +
-                              " overlaps with the folder of the configurations, " + store.directory());
     return {};
 }
 

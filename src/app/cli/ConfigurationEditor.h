@@ -5,7 +5,7 @@
 
 #include "app/cli/CommandContext.h"
 #include "app/cli/Commands.h"
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 
 namespace tidemark {
 class BXSyncConf;
@@ -19,9 +19,6 @@ namespace tidemark::cli {
 /// with another folder forgets what it knows of its files: that knowledge would make the files of the new folder look
 /// deleted.
 Checked<void> applyOptions(const ConfigurationOptions& options, BXSyncConf& conf, CommandContext& context);
-
-/// Whether the local folder of `conf` can be synced: it neither holds the folder of the configurations nor lies in it.
-Checked<void> checkLocalFolder(const BXSyncConf& conf, const BXSyncConfigManager& store);
 
 /// What a person should know about `conf`, one sentence each.
 std::vector<std::string> configurationWarnings(const BXSyncConf& conf, const BXSyncConfigManager& store);

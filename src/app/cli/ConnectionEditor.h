@@ -6,7 +6,7 @@
 
 #include "app/cli/CommandContext.h"
 #include "app/cli/Commands.h"
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 
 namespace tidemark {
 class BXSyncConf;

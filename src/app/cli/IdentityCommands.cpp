@@ -1,6 +1,6 @@
 #include "app/cli/IdentityCommands.h"
 
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 #include "app/cli/Console.h"
 #include "app/cli/Secrets.h"
 #include "app/cli/Terminal.h"

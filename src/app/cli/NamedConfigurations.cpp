@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 #include "app/cli/Console.h"
 #include "config/BXSyncConfigManager.h"
 #include "platform/FileSystem.h"

@@ -8,7 +8,7 @@
 #include "app/cli/CheckCommand.h"
 #include "app/cli/CommandLine.h"
 #include "app/cli/ConfigCommands.h"
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 #include "app/cli/Console.h"
 #include "app/cli/IdentityCommands.h"
 #include "app/cli/MaintenanceCommand.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/cli/Commands.h"
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 
 namespace tidemark::cli {
 

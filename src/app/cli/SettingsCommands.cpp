@@ -6,7 +6,7 @@
 #include <charconv>
 #include <variant>
 
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 #include "app/cli/Console.h"
 #include "config/BXSyncGlobalConf.h"
 

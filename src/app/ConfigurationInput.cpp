@@ -1,12 +1,13 @@
-#include "app/cli/ConfigurationInput.h"
+#include "app/ConfigurationInput.h"
 
 #include <algorithm>
 #include <filesystem>
 
+#include "config/BXSyncConf.h"
 #include "config/BXSyncConfigManager.h"
 #include "platform/Unicode.h"
 
-namespace tidemark::cli {
+namespace tidemark {
 
 namespace {
 
@@ -23,6 +24,12 @@ std::string_view authorityOf(std::string_view url)
     return rest.substr(0, rest.find_first_of("/?#"));
 }
 
+/// Whether a scan of `folder` comes by `path`: names that begin with "." are left alone.
+bool isScanned(const std::string& path, const std::string& folder)
+{
+    return isAtOrBelow(path, folder) && path.find("/.", folder == "/" ? 0 : folder.size()) == std::string::npos;
+}
+
 } // namespace
 
 Checked<std::string> checkedName(std::string_view name)
@@ -36,12 +43,11 @@ Checked<std::string> checkedName(std::string_view name)
 Checked<Url> checkedUrl(const std::string& text)
 {
     // What is wrong with such a URL is not shown: it may hold a password.
-    if (authorityOf(text).find('@') != std::string_view::npos)
-        return refusal("--url cannot hold a user or password; use --user and --password-file or --password-stdin");
+    if (authorityOf(text).find('@') != std::string_view::npos) return refusal("the URL cannot hold a user or password");
     if (text.find_first_of("?#") != std::string::npos)
-        return refusal("--url cannot hold a query or fragment; write \"?\" as %3F and \"#\" as %23");
+        return refusal("the URL cannot hold a query or fragment; write \"?\" as %3F and \"#\" as %23");
     auto url = Url::parse(text);
-    if (!url) return refusal("--url is not an http or https URL: " + text);
+    if (!url) return refusal("that is not an http or https URL: " + text);
     return *url;
 }
 
@@ -62,4 +68,12 @@ bool isAtOrBelow(std::string_view path, std::string_view folder)
     return path.starts_with(folder) && path.size() > folder.size() && path[folder.size()] == '/';
 }
 
-} // namespace tidemark::cli
+Checked<void> checkLocalFolder(const BXSyncConf& conf, const BXSyncConfigManager& store)
+{
+    if (isAtOrBelow(conf.localPath(), store.directory()) || isScanned(store.directory(), conf.localPath()))
+        return tl::unexpected("the local folder " + conf.localPath() +
+                              " overlaps with the folder of the configurations, " + store.directory());
+    return {};
+}
+
+} // namespace tidemark

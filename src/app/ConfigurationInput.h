@@ -8,7 +8,10 @@
 #include "platform/Url.h"
 
 /// Checks of what a person gives for a configuration. The error of each is a sentence for that person.
-namespace tidemark::cli {
+namespace tidemark {
+
+class BXSyncConf;
+class BXSyncConfigManager;
 
 template <class T>
 using Checked = tl::expected<T, std::string>;
@@ -26,4 +29,7 @@ Checked<std::string> checkedFolder(const std::string& path, const std::string& w
 /// True for the folder itself and for what lies below it; both in the form of checkedFolder().
 bool isAtOrBelow(std::string_view path, std::string_view folder);
 
-} // namespace tidemark::cli
+/// Whether the local folder of `conf` can be synced: it neither holds the folder of the configurations nor lies in it.
+Checked<void> checkLocalFolder(const BXSyncConf& conf, const BXSyncConfigManager& store);
+
+} // namespace tidemark
