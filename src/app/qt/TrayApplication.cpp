@@ -56,6 +56,7 @@ TrayApplication::~TrayApplication()
 {
     ModalQuestion::dismissAll();
     BXTidemarkUtils::setAlertPresenter(nullptr);
+    ModalQuestion::admit();
 }
 
 std::string TrayApplication::begin()
@@ -142,11 +143,12 @@ void TrayApplication::requestExit()
 /// What waits further down the stack has to return first; so the end comes in steps from the outermost loop.
 void TrayApplication::stepToExit()
 {
-    if (!lastSyncBegan_) ModalQuestion::dismissAll();
     if (outside_.loop.isNested() || ModalQuestion::isOpen()) return;
     if (wantsLastSync_ && !lastSyncBegan_ && !mayQuit_) {
         if (menu_.syncExecuting()) return;
         lastSyncBegan_ = true;
+        // The last sync may ask; a second request to end calls its questions off.
+        ModalQuestion::admit();
         menu_.execSyncOnTerminate(true, [this] { mayQuit_ = true; });
         return;
     }

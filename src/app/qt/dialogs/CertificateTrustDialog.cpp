@@ -12,6 +12,7 @@
 #include "app/qt/ReadingOrder.h"
 #include "app/qt/Texts.h"
 #include "app/qt/dialogs/ModalQuestion.h"
+#include "app/qt/dialogs/QuestionParts.h"
 
 namespace tidemark::qt {
 
@@ -22,8 +23,9 @@ constexpr int bytesPerLine = 16;
 
 QLabel* makeValue(const QString& content)
 {
-    auto* value = new QLabel(content);
+    auto* value = new QLabel(breakable(content));
     value->setTextFormat(Qt::PlainText);
+    value->setWordWrap(true);
     value->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     return value;
 }
@@ -66,9 +68,7 @@ CertificateTrustDialog::CertificateTrustDialog(const QString& server,
     : QDialog(parent)
 {
     setWindowTitle(text(table, "CERTIFICATE_TITLE"));
-    auto* question = new QLabel(text(table, "CERTIFICATE_QUESTION", {{"server", toUtf8(server)}}));
-    question->setTextFormat(Qt::PlainText);
-    question->setWordWrap(true);
+    auto* question = makeBody(text(table, "CERTIFICATE_QUESTION", {{"server", toUtf8(server)}}));
     auto* buttons = new QDialogButtonBox;
     auto* trust = buttons->addButton(text(table, "CERTIFICATE_TRUST"), QDialogButtonBox::AcceptRole);
     auto* refuse = buttons->addButton(text(table, "CERTIFICATE_REFUSE"), QDialogButtonBox::RejectRole);

@@ -1,35 +1,14 @@
 #pragma once
 
-#include <QDialog>
-
-#include "SyncLibrary/BXSyncConfirmInfo.h"
-
-class QBoxLayout;
-class QCheckBox;
+#include "app/qt/dialogs/QuestionDialog.h"
 
 namespace tidemark::qt {
 
-/// Both sides of a conflict with their times and which is the newer one, and the choices of the question. Escape is its
-/// cancel.
-class ConflictDialog : public QDialog
+/// A conflict: both sides with their times and which is the newer one, and a button for each choice.
+class ConflictDialog : public QuestionDialog
 {
-    Q_OBJECT
-
 public:
-    explicit ConflictDialog(BXSyncConfirmInfo info, QWidget* parent = nullptr);
-
-    /// Asks and waits.
-    std::optional<BXSyncConfirmResult> ask();
-    /// After the end.
-    std::optional<BXSyncConfirmResult> answer() const;
-
-private:
-    QBoxLayout* makeSides();
-    QBoxLayout* makeButtons();
-
-    const BXSyncConfirmInfo info_;
-    std::int64_t code_ = 0;
-    QCheckBox* persistence_ = nullptr;
+    explicit ConflictDialog(const BXSyncConfirmInfo& info, QWidget* parent = nullptr);
 };
 
 } // namespace tidemark::qt

@@ -1,125 +1,76 @@
 #include "app/qt/dialogs/MessageBoxDialog.h"
 
-#include <QCheckBox>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
-#include <QPushButton>
-#include <QStyle>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "app/qt/Texts.h"
-#include "app/qt/dialogs/ModalQuestion.h"
 
 namespace tidemark::qt {
 
 namespace {
 
+constexpr int tickMilliseconds = 100;
 constexpr int barSteps = 1000;
-constexpr int widthInCharacters = 56;
 
-QLabel* makeBody(const QString& content, int width)
+QStyle::StandardPixmap iconFor(BXSyncConfirmType type)
 {
-    auto* body = new QLabel(content);
-    body->setTextFormat(Qt::PlainText);
-    body->setWordWrap(true);
-    body->setMinimumWidth(width);
-    body->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    return body;
-}
-
-QLabel* makeSign(const QWidget& dialog)
-{
-    const int size = dialog.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
-    auto* sign = new QLabel;
-    sign->setPixmap(dialog.style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(size, size));
-    return sign;
+    switch (type) {
+    case BXSyncConfirmType::deletion:
+    case BXSyncConfirmType::conflict:
+        return QStyle::SP_MessageBoxQuestion;
+    case BXSyncConfirmType::fileError:
+    case BXSyncConfirmType::message:
+        return QStyle::SP_MessageBoxWarning;
+    }
+    return QStyle::SP_MessageBoxWarning;
 }
 
 } // namespace
 
-MessageBoxDialog::MessageBoxDialog(BXSyncMessageBoxModel model, QWidget* parent)
-    : QDialog(parent), model_(std::move(model))
+MessageBoxDialog::MessageBoxDialog(const std::string& titleKey, const BXSyncConfirmInfo& info, const Clock& clock,
+                                   QWidget* parent)
+    : QuestionDialog(BXSyncMessageBoxModel(titleKey, info), iconFor(info.type), parent), clock_(clock)
 {
-    setWindowTitle(fromUtf8(model_.title()));
-    auto* content = new QVBoxLayout;
-    content->addWidget(makeBody(fromUtf8(model_.body()), fontMetrics().averageCharWidth() * widthInCharacters));
-    if (model_.hasCountdown()) addCountdown(*content);
-    if (model_.hasCheckBox()) {
-        persistence_ = new QCheckBox(text("TidemarkResource", "PERSISTENCE"));
-        content->addWidget(persistence_);
-    }
-    auto* top = new QHBoxLayout;
-    top->addWidget(makeSign(*this), 0, Qt::AlignTop);
-    top->addLayout(content, 1);
-    auto* layout = new QVBoxLayout(this);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addLayout(top);
-    layout->addLayout(makeButtons());
+    if (model().hasCountdown()) addCountdown();
 }
 
-void MessageBoxDialog::addCountdown(QBoxLayout& layout)
+void MessageBoxDialog::addCountdown()
 {
-    countdownBar_ = new QProgressBar;
-    countdownBar_->setRange(0, barSteps);
-    countdownBar_->setTextVisible(false);
-    countdownText_ = new QLabel;
-    countdownBar_->setAccessibleDescription(text("TidemarkResource", "RECONNECT_TITLE"));
-    layout.addWidget(countdownBar_);
-    layout.addWidget(countdownText_);
-    timer_.setInterval(tickMilliseconds);
-    connect(&timer_, &QTimer::timeout, this,
-            [this] { tick(std::chrono::duration<double, std::milli>(elapsed_.elapsed())); });
-    tick({});
+    auto* box = new QWidget;
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins({});
+    remaining_ = new QLabel;
+    bar_ = new QProgressBar;
+    bar_->setRange(0, barSteps);
+    bar_->setTextVisible(false);
+    layout->addWidget(remaining_);
+    layout->addWidget(bar_);
+    addContent(box);
+    timer_ = new QTimer(this);
+    timer_->setInterval(tickMilliseconds);
+    connect(timer_, &QTimer::timeout, this, &MessageBoxDialog::tick);
+    connect(this, &QDialog::finished, timer_, &QTimer::stop);
 }
 
-QBoxLayout* MessageBoxDialog::makeButtons()
+void MessageBoxDialog::showEvent(QShowEvent* event)
 {
-    auto* row = new QHBoxLayout;
-    row->addStretch();
-    for (std::size_t i = 0; i < model_.buttons().size(); ++i) {
-        const auto index = static_cast<std::int64_t>(i);
-        auto* button = new QPushButton(fromUtf8(model_.buttons()[i]));
-        button->setAutoDefault(false);
-        button->setDefault(index == model_.defaultIndex());
-        connect(button, &QPushButton::clicked, this, [this, index] { end(index); });
-        row->addWidget(button);
-    }
-    return row;
+    QuestionDialog::showEvent(event);
+    // Coming back from minimised is a showing, too, but no new beginning.
+    if (!timer_ || timer_->isActive()) return;
+    shown_ = clock_.steadyNow();
+    timer_->start();
+    tick();
 }
 
-std::optional<BXSyncConfirmResult> MessageBoxDialog::ask()
+void MessageBoxDialog::tick()
 {
-    elapsed_.start();
-    if (model_.hasCountdown()) timer_.start();
-    ModalQuestion::ask(*this);
-    timer_.stop();
-    return answer();
-}
-
-void MessageBoxDialog::tick(std::chrono::duration<double> elapsed)
-{
-    const auto countdown = model_.countdown(elapsed);
-    countdownBar_->setValue(static_cast<int>(countdown.fraction * barSteps));
-    countdownText_->setText(fromUtf8(countdown.label));
-    if (countdown.ended) end(model_.timeoutIndex());
-}
-
-void MessageBoxDialog::end(std::int64_t index)
-{
-    timer_.stop();
-    index_ = index;
-    QDialog::accept();
-}
-
-void MessageBoxDialog::reject()
-{
-    end(model_.dismissIndex());
-}
-
-std::optional<BXSyncConfirmResult> MessageBoxDialog::answer() const
-{
-    return model_.result(index_, persistence_ && persistence_->isChecked());
+    const auto state = model().countdown(clock_.steadyNow() - shown_);
+    bar_->setValue(static_cast<int>(state.fraction * barSteps));
+    remaining_->setText(fromUtf8(state.label));
+    bar_->setAccessibleName(remaining_->text());
+    if (state.ended) endWith(model().timeoutIndex());
 }
 
 } // namespace tidemark::qt

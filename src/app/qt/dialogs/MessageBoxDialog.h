@@ -1,51 +1,36 @@
 #pragma once
 
-#include <QDialog>
-#include <QElapsedTimer>
-#include <QTimer>
+#include "app/qt/dialogs/QuestionDialog.h"
+#include "platform/Clock.h"
 
-#include "app/BXSyncMessageBoxModel.h"
-
-class QBoxLayout;
-class QCheckBox;
 class QLabel;
 class QProgressBar;
+class QTimer;
 
 namespace tidemark::qt {
 
-/// A question of a run: up to three buttons, a check box that takes the answer for all that follow, a countdown. Escape
-/// and the window's close button are its harmless button.
-class MessageBoxDialog : public QDialog
+/// The general message box: a text, up to three buttons, and a countdown where the question has one. It ends by itself
+/// when that has run out.
+class MessageBoxDialog : public QuestionDialog
 {
-    Q_OBJECT
-
 public:
-    static constexpr int tickMilliseconds = 100;
+    /// `clock` outlives the dialog.
+    MessageBoxDialog(const std::string& titleKey, const BXSyncConfirmInfo& info, const Clock& clock = Clock::system(),
+                     QWidget* parent = nullptr);
 
-    explicit MessageBoxDialog(BXSyncMessageBoxModel model, QWidget* parent = nullptr);
-
-    /// Asks and waits.
-    std::optional<BXSyncConfirmResult> ask();
-
-    /// The countdown as of `elapsed`; the timer's work.
-    void tick(std::chrono::duration<double> elapsed);
-    /// After the end.
-    std::optional<BXSyncConfirmResult> answer() const;
-
-    void reject() override;
+protected:
+    void showEvent(QShowEvent* event) override;
 
 private:
-    void end(std::int64_t index);
-    void addCountdown(QBoxLayout& layout);
-    QBoxLayout* makeButtons();
+    void addCountdown();
+    void tick();
 
-    const BXSyncMessageBoxModel model_;
-    std::int64_t index_ = BXSyncMessageBoxModel::noIndex;
-    QCheckBox* persistence_ = nullptr;
-    QProgressBar* countdownBar_ = nullptr;
-    QLabel* countdownText_ = nullptr;
-    QTimer timer_;
-    QElapsedTimer elapsed_;
+    const Clock& clock_;
+    /// Null without a countdown.
+    QProgressBar* bar_ = nullptr;
+    QLabel* remaining_ = nullptr;
+    QTimer* timer_ = nullptr;
+    Clock::SteadyTime shown_;
 };
 
 } // namespace tidemark::qt

@@ -1,48 +1,63 @@
 #include "app/qt/dialogs/ModalQuestion.h"
 
-#include <algorithm>
 #include <vector>
 
 #include <QApplication>
 #include <QDialog>
+#include <QPointer>
 
 namespace tidemark::qt::ModalQuestion {
 
 namespace {
 
-std::vector<QDialog*>& openQuestions()
+struct Questions
 {
-    static std::vector<QDialog*> questions;
-    return questions;
+    std::vector<QPointer<QDialog>> open;
+    bool refused = false;
+};
+
+Questions& questions()
+{
+    static Questions all;
+    return all;
 }
 
 } // namespace
 
 int ask(QDialog& dialog)
 {
-    auto& questions = openQuestions();
-    questions.push_back(&dialog);
+    auto& all = questions();
+    if (all.refused) return QDialog::Rejected;
+    all.open.emplace_back(&dialog);
     dialog.setWindowFlag(Qt::WindowStaysOnTopHint);
-    dialog.setWindowModality(Qt::ApplicationModal);
+    dialog.setModal(true);
     dialog.show();
     dialog.raise();
     dialog.activateWindow();
     QApplication::alert(&dialog);
     const int result = dialog.exec();
-    std::erase(questions, &dialog);
+    // Nested questions have ended before this one comes back.
+    all.open.pop_back();
     return result;
 }
 
 bool isOpen()
 {
-    return !openQuestions().empty();
+    return !questions().open.empty();
 }
 
 void dismissAll()
 {
-    // The one asked last is the innermost.
-    const auto questions = openQuestions();
-    std::for_each(questions.rbegin(), questions.rend(), [](QDialog* dialog) { dialog->reject(); });
+    questions().refused = true;
+    // Ending one may run code that ends others.
+    const auto open = questions().open;
+    for (auto dialog = open.rbegin(); dialog != open.rend(); ++dialog)
+        if (*dialog) (*dialog)->reject();
+}
+
+void admit()
+{
+    questions().refused = false;
 }
 
 } // namespace tidemark::qt::ModalQuestion

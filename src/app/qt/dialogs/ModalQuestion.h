@@ -2,16 +2,21 @@
 
 class QDialog;
 
-/// Questions that the application waits for, in event loops of their own. Main thread.
+/// Dialogs that block their caller. Main thread.
 namespace tidemark::qt::ModalQuestion {
 
-/// Shows the dialog before all others and waits for its end; its result.
+/// Shows the dialog in front, modal over the program, and comes back with its result code when it has ended. Other
+/// events are handled meanwhile, so that questions may be nested.
 int ask(QDialog& dialog);
 
 /// Whether somebody waits for an answer.
 bool isOpen();
 
-/// Rejects all that are open, which is their harmless answer; their waits end as soon as the stack allows.
+/// While the program closes: every open question ends as rejected, the newest first, and every later one before it is
+/// shown. Each ask() returns once control is back in its loop.
 void dismissAll();
+
+/// Questions are shown again.
+void admit();
 
 } // namespace tidemark::qt::ModalQuestion

@@ -9,6 +9,7 @@
 #include "app/qt/dialogs/ConflictDialog.h"
 #include "app/qt/dialogs/MessageBoxDialog.h"
 #include "app/qt/dialogs/ModalQuestion.h"
+#include "app/qt/dialogs/QuestionParts.h"
 #include "app/qt/dialogs/ReauthenticationDialog.h"
 
 namespace tidemark::qt {
@@ -34,12 +35,16 @@ QMessageBox::Icon iconOf(AlertStyle style)
 
 std::optional<BXSyncConfirmResult> QtDialogs::showMessageBox(const std::string& titleKey, const BXSyncConfirmInfo& info)
 {
-    return MessageBoxDialog(BXSyncMessageBoxModel(titleKey, info)).ask();
+    MessageBoxDialog dialog(titleKey, info);
+    ModalQuestion::ask(dialog);
+    return dialog.answer();
 }
 
 std::optional<BXSyncConfirmResult> QtDialogs::showConflict(const BXSyncConfirmInfo& info)
 {
-    return ConflictDialog(info).ask();
+    ConflictDialog dialog(info);
+    ModalQuestion::ask(dialog);
+    return dialog.answer();
 }
 
 bool QtDialogs::showReauthentication(BXSyncConf& conf, bool isProxy)
@@ -71,7 +76,7 @@ bool QtDialogs::showUntrustedCertificate(BXSyncConf& conf)
 
 int QtDialogs::showAlert(const Alert& alert)
 {
-    QMessageBox box(iconOf(alert.style), fromUtf8(alert.title), fromUtf8(alert.message));
+    QMessageBox box(iconOf(alert.style), fromUtf8(alert.title), breakable(fromUtf8(alert.message)));
     box.setTextFormat(Qt::PlainText);
     std::vector<QPushButton*> buttons;
     for (const auto& choice : alert.choices)

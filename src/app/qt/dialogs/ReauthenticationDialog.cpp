@@ -9,6 +9,7 @@
 
 #include "app/qt/Texts.h"
 #include "app/qt/dialogs/ModalQuestion.h"
+#include "app/qt/dialogs/QuestionParts.h"
 
 namespace tidemark::qt {
 
@@ -23,9 +24,7 @@ ReauthenticationDialog::ReauthenticationDialog(const QString& message, const QSt
     : QDialog(parent), user_(new QLineEdit(user)), password_(new QLineEdit)
 {
     setWindowTitle(text(table, "SIGN_IN_TITLE"));
-    auto* question = new QLabel(message);
-    question->setTextFormat(Qt::PlainText);
-    question->setWordWrap(true);
+    auto* question = makeBody(message);
     password_->setEchoMode(QLineEdit::Password);
     auto* form = new QFormLayout;
     form->addRow(text(table, "SIGN_IN_USER"), user_);
