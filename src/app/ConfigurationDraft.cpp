@@ -183,4 +183,13 @@ Status ConfigurationDraft::save(BXSyncConfigManager& store, const std::string& f
     return {};
 }
 
+Status ConfigurationDraft::remove(BXSyncConfigManager& store, const std::string& name)
+{
+    const auto lock = keepRunsAway(store.syncInfoPath(name));
+    if (!lock) return failure(lock.error());
+    if (!store.save({{name, nullptr}}).empty())
+        return failure("Configuration", 0, "The configuration cannot be deleted.");
+    return {};
+}
+
 } // namespace tidemark

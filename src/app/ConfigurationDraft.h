@@ -79,6 +79,9 @@ struct ConfigurationDraft
     /// Into the store, under the draft's name; a former name goes. Without problems only. Fails where a run of the
     /// configuration is under way, and where it cannot be written.
     Status save(BXSyncConfigManager& store, const std::string& formerName) const;
+
+    /// Out of the store; the files of both folders stay. Fails like save().
+    static Status remove(BXSyncConfigManager& store, const std::string& name);
 };
 
 } // namespace tidemark

@@ -5,6 +5,9 @@
 #include "app/qt/logs/LogViewer.h"
 #include "app/qt/progress/ProgressWindow.h"
 #include "app/qt/progress/SyncListWindow.h"
+#include "app/qt/settings/FirstRunAssistant.h"
+#include "app/qt/settings/GlobalSettingsWindow.h"
+#include "app/qt/settings/SettingsWindow.h"
 
 namespace tidemark::qt {
 
@@ -87,10 +90,36 @@ void TrayWindows::showVersion()
     bringToFront(*version_);
 }
 
-void TrayWindows::showSettings() {}
+void TrayWindows::showSettings()
+{
+    if (!settings_)
+        settings_ = std::make_unique<SettingsWindow>(SettingsWindow::Outside{
+            outside_.store, [this](const std::string& name) { showLog(name); }, [this] { showGeneralSettings(); }});
+    settings_->reload();
+    bringToFront(*settings_);
+}
 
-void TrayWindows::showAssistant() {}
+void TrayWindows::showGeneralSettings()
+{
+    if (!general_) general_ = std::make_unique<GlobalSettingsWindow>(outside_.settings);
+    if (!general_->isVisible()) general_->load();
+    bringToFront(*general_);
+}
 
-void TrayWindows::configurationsChanged() {}
+void TrayWindows::showAssistant()
+{
+    if (!assistant_) {
+        assistant_ = std::make_unique<FirstRunAssistant>(outside_.store);
+        QObject::connect(assistant_.get(), &QDialog::finished, assistant_.get(), [this] {
+            if (!assistant_->createdName().empty()) actions_.synchronize({assistant_->createdName()});
+        });
+    }
+    bringToFront(*assistant_);
+}
+
+void TrayWindows::configurationsChanged()
+{
+    if (settings_) settings_->reload();
+}
 
 } // namespace tidemark::qt

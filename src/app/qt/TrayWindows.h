@@ -18,8 +18,11 @@ class SyncItems;
 
 namespace tidemark::qt {
 
+class FirstRunAssistant;
+class GlobalSettingsWindow;
 class LogViewer;
 class ProgressWindow;
+class SettingsWindow;
 class SyncListWindow;
 class VersionWindow;
 
@@ -56,6 +59,7 @@ public:
     void showLog(const std::string& configuration);
     void showVersion();
     void showSettings();
+    void showGeneralSettings();
     void showAssistant();
     /// Another program, or a window, has changed the store.
     void configurationsChanged();
@@ -67,6 +71,9 @@ private:
     std::unique_ptr<SyncListWindow> syncList_;
     std::unique_ptr<LogViewer> log_;
     std::unique_ptr<VersionWindow> version_;
+    std::unique_ptr<SettingsWindow> settings_;
+    std::unique_ptr<GlobalSettingsWindow> general_;
+    std::unique_ptr<FirstRunAssistant> assistant_;
 };
 
 } // namespace tidemark::qt

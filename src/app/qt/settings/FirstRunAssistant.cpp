@@ -1,0 +1,172 @@
+#include "app/qt/settings/FirstRunAssistant.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "app/qt/Texts.h"
+#include "app/qt/settings/ServerCheck.h"
+#include "config/BXSyncConfigManager.h"
+#include "platform/FileSystem.h"
+
+namespace tidemark::qt {
+
+namespace {
+
+constexpr const char* table = "Settings";
+
+QLabel* makeNote(const QString& content = {})
+{
+    auto* note = new QLabel(content);
+    note->setTextFormat(Qt::PlainText);
+    note->setWordWrap(true);
+    return note;
+}
+
+} // namespace
+
+FirstRunAssistant::FirstRunAssistant(BXSyncConfigManager& store, QWidget* parent) : QWizard(parent), store_(store)
+{
+    setWindowTitle(text(table, "ASSISTANT_TITLE"));
+    setWizardStyle(QWizard::ModernStyle);
+    setPage(serverPage, makeServerPage());
+    setPage(folderPage, makeFolderPage());
+    setPage(donePage, makeDonePage());
+    setButtonText(QWizard::NextButton, text(table, "NEXT"));
+    setButtonText(QWizard::BackButton, text(table, "BACK"));
+    setButtonText(QWizard::FinishButton, text(table, "FINISH"));
+    setButtonText(QWizard::CancelButton, text("TidemarkResource", "CANCEL"));
+}
+
+FirstRunAssistant::~FirstRunAssistant() = default;
+
+QWizardPage* FirstRunAssistant::makeServerPage()
+{
+    auto* page = new QWizardPage;
+    page->setTitle(text(table, "ASSISTANT_SERVER"));
+    page->setSubTitle(text(table, "ASSISTANT_SERVER_HINT"));
+    url_ = new QLineEdit;
+    url_->setPlaceholderText(QStringLiteral("https://dav.example.org/folder"));
+    user_ = new QLineEdit;
+    password_ = new QLineEdit;
+    password_->setEchoMode(QLineEdit::Password);
+    answer_ = makeNote();
+    auto* form = new QFormLayout(page);
+    form->addRow(text(table, "URL"), url_);
+    form->addRow(text(table, "USER"), user_);
+    form->addRow(text(table, "PASSWORD"), password_);
+    form->addRow(QString(), answer_);
+    for (auto* field : {url_, user_, password_})
+        connect(field, &QLineEdit::textEdited, this, [this] { isChecked_ = false; });
+    return page;
+}
+
+QWizardPage* FirstRunAssistant::makeFolderPage()
+{
+    auto* page = new QWizardPage;
+    page->setTitle(text(table, "ASSISTANT_FOLDER"));
+    page->setSubTitle(text(table, "ASSISTANT_FOLDER_HINT"));
+    name_ = new QLineEdit(text(table, "NEW_NAME"));
+    local_ = new QLineEdit(QDir::home().filePath(QStringLiteral("Tidemark")));
+    mode_ = new QComboBox;
+    for (const auto& [key, mode] : {std::pair("MODE_TWO_WAY", SyncMode::twoWay),
+                                    {"MODE_UPLOAD", SyncMode::uploadOnly},
+                                    {"MODE_DOWNLOAD", SyncMode::downloadOnly}})
+        mode_->addItem(text(table, key), static_cast<int>(mode));
+    auto* choose = new QPushButton(text(table, "CHOOSE"));
+    connect(choose, &QPushButton::clicked, this, [this] {
+        const auto folder = QFileDialog::getExistingDirectory(this, text(table, "LOCAL").remove('&'), local_->text());
+        if (!folder.isEmpty()) local_->setText(folder);
+    });
+    auto* row = new QHBoxLayout;
+    row->addWidget(local_, 1);
+    row->addWidget(choose);
+    problem_ = makeNote();
+    auto* form = new QFormLayout(page);
+    form->addRow(text(table, "NAME"), name_);
+    form->addRow(text(table, "LOCAL"), row);
+    form->addRow(text(table, "MODE"), mode_);
+    form->addRow(QString(), problem_);
+    return page;
+}
+
+QWizardPage* FirstRunAssistant::makeDonePage()
+{
+    auto* page = new QWizardPage;
+    page->setTitle(text(table, "ASSISTANT_DONE"));
+    auto* layout = new QVBoxLayout(page);
+    layout->addWidget(makeNote(text(table, "ASSISTANT_DONE_HINT")));
+    layout->addStretch();
+    return page;
+}
+
+ConfigurationDraft FirstRunAssistant::draft() const
+{
+    ConfigurationDraft draft;
+    draft.name = toUtf8(name_->text());
+    draft.url = toUtf8(url_->text().trimmed());
+    draft.user = toUtf8(user_->text());
+    draft.password = toUtf8(password_->text());
+    draft.localPath = toUtf8(local_->text());
+    draft.mode = static_cast<SyncMode>(mode_->currentData().toInt());
+    return draft;
+}
+
+QString FirstRunAssistant::problemOf(Page page) const
+{
+    using Field = ConfigurationDraft::Field;
+    for (const auto& problem : draft().problems(store_, {})) {
+        const bool isOfServer = problem.field == Field::url || problem.field == Field::user;
+        if (isOfServer == (page == serverPage)) return text(table, problem.key);
+    }
+    return {};
+}
+
+/// The server is asked before its page is left: "Next" starts the check, and a good answer goes on by itself.
+bool FirstRunAssistant::validateCurrentPage()
+{
+    if (currentId() == serverPage) {
+        answer_->setText(problemOf(serverPage));
+        if (answer_->text().isEmpty() && !isChecked_) startCheck();
+        return isChecked_;
+    }
+    if (currentId() == folderPage) {
+        problem_->setText(problemOf(folderPage));
+        return problem_->text().isEmpty();
+    }
+    return true;
+}
+
+void FirstRunAssistant::startCheck()
+{
+    answer_->setText(text(table, "CHECK_RUNNING"));
+    button(QWizard::NextButton)->setEnabled(false);
+    check_ = std::make_unique<ServerCheck>(draft(), [this](bool isGood, const QString& answer) {
+        answer_->setText(answer);
+        button(QWizard::NextButton)->setEnabled(true);
+        isChecked_ = isGood;
+        if (isGood && currentId() == serverPage) next();
+    });
+}
+
+void FirstRunAssistant::accept()
+{
+    const auto wanted = draft();
+    const auto made = fs::createFolders(wanted.localPath);
+    const auto saved = made ? wanted.save(store_, {}) : made;
+    if (!saved) {
+        QMessageBox::warning(this, windowTitle(), text(table, "NOT_SAVED", {{"error", saved.error().description()}}));
+        return;
+    }
+    createdName_ = wanted.name;
+    QWizard::accept();
+}
+
+} // namespace tidemark::qt

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <QWizard>
+
+#include "app/ConfigurationDraft.h"
+
+class QComboBox;
+class QLabel;
+class QLineEdit;
+
+namespace tidemark::qt {
+
+class ServerCheck;
+
+/// Leads to the first configuration: the server and how to sign in, a check, the folder and the direction. Main thread.
+class FirstRunAssistant : public QWizard
+{
+    Q_OBJECT
+
+public:
+    /// The store outlives the assistant.
+    explicit FirstRunAssistant(BXSyncConfigManager& store, QWidget* parent = nullptr);
+    ~FirstRunAssistant() override;
+
+    /// "" until one was made.
+    const std::string& createdName() const { return createdName_; }
+
+    bool validateCurrentPage() override;
+    void accept() override;
+
+private:
+    enum Page
+    {
+        serverPage,
+        folderPage,
+        donePage
+    };
+
+    QWizardPage* makeServerPage();
+    QWizardPage* makeFolderPage();
+    QWizardPage* makeDonePage();
+    ConfigurationDraft draft() const;
+    void startCheck();
+    /// The first problem of the page's fields, in words; "" without one.
+    QString problemOf(Page page) const;
+
+    BXSyncConfigManager& store_;
+    QLineEdit* url_ = nullptr;
+    QLineEdit* user_ = nullptr;
+    QLineEdit* password_ = nullptr;
+    QLabel* answer_ = nullptr;
+    QLineEdit* name_ = nullptr;
+    QLineEdit* local_ = nullptr;
+    QComboBox* mode_ = nullptr;
+    QLabel* problem_ = nullptr;
+    std::unique_ptr<ServerCheck> check_;
+    /// The server let us in with what was typed.
+    bool isChecked_ = false;
+    std::string createdName_;
+};
+
+} // namespace tidemark::qt

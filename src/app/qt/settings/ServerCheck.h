@@ -1,0 +1,32 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include <QString>
+
+#include "app/ConfigurationDraft.h"
+
+namespace tidemark::qt {
+
+/// Signs in to a draft's server and looks whether its folder can be used, on a thread of its own. Main thread.
+class ServerCheck
+{
+public:
+    /// What came of it, in words; on the main thread.
+    using Finished = std::function<void(bool isGood, const QString& answer)>;
+
+    ServerCheck(const ConfigurationDraft& draft, Finished finished);
+    /// Calls it off; `finished` is not called any more.
+    ~ServerCheck();
+    ServerCheck(const ServerCheck&) = delete;
+    ServerCheck& operator=(const ServerCheck&) = delete;
+
+private:
+    struct State;
+    const std::shared_ptr<State> state_;
+    std::thread thread_;
+};
+
+} // namespace tidemark::qt

@@ -1,0 +1,174 @@
+#include "app/qt/settings/SignInPage.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QInputDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+
+#include "app/qt/Texts.h"
+#include "app/qt/settings/ServerCheck.h"
+#include "platform/FileSystem.h"
+#include "security/BXSyncCertificateManager.h"
+
+namespace tidemark::qt {
+
+namespace {
+
+constexpr std::int64_t largestDocument = 1024 * 1024;
+
+IdentityStore& identities()
+{
+    return BXSyncCertificateManager::getInstance().store();
+}
+
+} // namespace
+
+SignInPage::SignInPage(Draft draft, QWidget* parent)
+    : DraftPage(parent), draft_(std::move(draft)), user_(makeText()), password_(makeSecret()), identity_(new QComboBox),
+      ignoreCertificate_(new QCheckBox(textOf("IGNORE_CERTIFICATE"))), usesProxy_(new QCheckBox(textOf("USE_PROXY"))),
+      proxyHost_(makeText()), proxyPort_(makeText()), proxyUser_(makeText()), proxyPassword_(makeSecret()),
+      check_(new QPushButton(textOf("CHECK"))), answer_(new QLabel)
+{
+    addRow("USER", user_, Field::user);
+    addRow("PASSWORD", password_);
+    addRow("IDENTITY", makeIdentityRow());
+    addWide(ignoreCertificate_);
+    warning_ = addHint(textOf("IGNORE_CERTIFICATE_WARNING"));
+    addWide(usesProxy_);
+    addRow("PROXY_HOST", proxyHost_, Field::proxyHost);
+    addRow("PROXY_PORT", proxyPort_, Field::proxyPort);
+    addRow("PROXY_USER", proxyUser_);
+    addRow("PROXY_PASSWORD", proxyPassword_);
+    addWide(makeCheckRow());
+    for (auto* box : {ignoreCertificate_, usesProxy_}) {
+        box->setAccessibleName(box->text().remove('&'));
+        connect(box, &QCheckBox::clicked, this, &DraftPage::changed);
+        connect(box, &QCheckBox::toggled, this, &SignInPage::showProxy);
+    }
+    showProxy();
+}
+
+SignInPage::~SignInPage() = default;
+
+QWidget* SignInPage::makeIdentityRow()
+{
+    connect(identity_, &QComboBox::activated, this, &DraftPage::changed);
+    auto* import = new QPushButton(textOf("IMPORT"));
+    connect(import, &QPushButton::clicked, this, &SignInPage::importIdentity);
+    auto* row = new QWidget;
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins({});
+    layout->addWidget(identity_, 1);
+    layout->addWidget(import);
+    row->setFocusProxy(identity_);
+    return row;
+}
+
+QWidget* SignInPage::makeCheckRow()
+{
+    answer_->setTextFormat(Qt::PlainText);
+    answer_->setWordWrap(true);
+    connect(check_, &QPushButton::clicked, this, &SignInPage::startCheck);
+    auto* row = new QWidget;
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins({});
+    layout->addWidget(check_);
+    layout->addWidget(answer_, 1);
+    return row;
+}
+
+void SignInPage::fillIdentities(const std::string& chosen)
+{
+    identity_->clear();
+    identity_->addItem(textOf("IDENTITY_NONE"), QString());
+    for (const auto& identity : identities().list().identities) {
+        const auto issuer =
+            identity.issuer ? fromUtf8(*identity.issuer) : text("TidemarkResource", "UNKNOWN_ISSR_CERTIFICATE");
+        identity_->addItem(text("Settings", "IDENTITY_ENTRY",
+                                {{"label", identity.label},
+                                 {"issuer", toUtf8(issuer)},
+                                 {"expires", dates::formatLocal(identity.expires, "yyyy/MM/dd")}}),
+                           fromUtf8(identity.identifier));
+    }
+    identity_->setCurrentIndex(std::max(identity_->findData(fromUtf8(chosen)), 0));
+}
+
+void SignInPage::importIdentity()
+{
+    const auto path = QFileDialog::getOpenFileName(this, textOf("IMPORT").remove('&'), {}, textOf("IMPORT_FILTER"));
+    if (path.isEmpty()) return;
+    const auto document = fs::readFile(toUtf8(path), largestDocument);
+    if (!document) {
+        QMessageBox::warning(this, textOf("IMPORT_FAILED"), fromUtf8(document.error().description()));
+        return;
+    }
+    auto added = identities().add(*document, "");
+    if (!added && added.error().code == IdentityStore::wrongPassphrase) {
+        bool isGiven = false;
+        const auto passphrase = QInputDialog::getText(this, textOf("PASSPHRASE_TITLE"), textOf("PASSPHRASE"),
+                                                      QLineEdit::Password, {}, &isGiven);
+        if (!isGiven) return;
+        added = identities().add(*document, toUtf8(passphrase));
+    }
+    if (!added) {
+        QMessageBox::warning(this, textOf("IMPORT_FAILED"), fromUtf8(added.error().description()));
+        return;
+    }
+    BXSyncCertificateManager::getInstance().reloadCertifications();
+    fillIdentities(added->identifier);
+    emit changed();
+}
+
+void SignInPage::showProxy()
+{
+    for (auto* field : {proxyHost_, proxyPort_, proxyUser_, proxyPassword_})
+        field->setEnabled(usesProxy_->isChecked());
+    warning_->setVisible(ignoreCertificate_->isChecked());
+}
+
+void SignInPage::startCheck()
+{
+    check_->setEnabled(false);
+    answer_->setText(textOf("CHECK_RUNNING"));
+    running_ = std::make_unique<ServerCheck>(draft_(), [this](bool isGood, const QString& answer) {
+        check_->setEnabled(true);
+        answer_->setText(answer);
+        emit checked(isGood);
+    });
+}
+
+void SignInPage::load(const ConfigurationDraft& draft)
+{
+    running_.reset();
+    check_->setEnabled(true);
+    answer_->clear();
+    user_->setText(fromUtf8(draft.user));
+    password_->setText(fromUtf8(draft.password));
+    fillIdentities(draft.certificateId);
+    ignoreCertificate_->setChecked(draft.ignoreServerCert);
+    usesProxy_->setChecked(draft.usesProxy);
+    proxyHost_->setText(fromUtf8(draft.proxyHost));
+    proxyPort_->setText(fromUtf8(draft.proxyPort));
+    proxyUser_->setText(fromUtf8(draft.proxyUser));
+    proxyPassword_->setText(fromUtf8(draft.proxyPassword));
+}
+
+void SignInPage::store(ConfigurationDraft& draft) const
+{
+    draft.user = toUtf8(user_->text());
+    draft.password = toUtf8(password_->text());
+    draft.certificateId = toUtf8(identity_->currentData().toString());
+    draft.ignoreServerCert = ignoreCertificate_->isChecked();
+    draft.usesProxy = usesProxy_->isChecked();
+    draft.proxyHost = toUtf8(proxyHost_->text());
+    draft.proxyPort = toUtf8(proxyPort_->text());
+    draft.proxyUser = toUtf8(proxyUser_->text());
+    draft.proxyPassword = toUtf8(proxyPassword_->text());
+}
+
+} // namespace tidemark::qt
