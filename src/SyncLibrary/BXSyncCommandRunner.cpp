@@ -62,11 +62,15 @@ struct BXSyncCommandRunner::Attempts
     std::int64_t retries = -1;
     /// The local file that a download has begun to write.
     std::string touchedFile;
+    bool isMarked = false;
+
+    /// As soon as an attempt has failed: what a person makes of the file afterwards is theirs.
+    void markPart() { isMarked = !touchedFile.empty() && BXSyncUtils::addSuspendFlag(touchedFile); }
 
     /// The file is kept for a resume where it can be marked; unmarked it would pass for a whole one.
     Error fail() const
     {
-        if (!touchedFile.empty() && !BXSyncUtils::addSuspendFlag(touchedFile))
+        if (!touchedFile.empty() && !isMarked && !BXSyncUtils::addSuspendFlag(touchedFile))
             static_cast<void>(fs::removeFile(touchedFile));
         return error.value_or(BXSyncStatusMessage::unknown());
     }
@@ -93,6 +97,7 @@ Result<std::shared_ptr<ASWDCmd>> BXSyncCommandRunner::davConnect(const CommandFa
             attempts.error = refusal(*command);
             break;
         }
+        attempts.markPart();
         if (!mayRetry(rule, attempts)) break;
         logger_->error("{}", attempts.error->value(logKey));
         logger_->info("Reconnect...");

@@ -100,9 +100,25 @@ bool BXSyncFileOperations::download(const Item& item)
 {
     const auto* listed = serverRecord(item.pathname);
     showTransfer(item.serverText, item.localText, listed ? listed->size : item.record.size);
+    return fetch(item, listed);
+}
+
+bool BXSyncFileOperations::fetch(const Item& item, const BXSyncFileDataInfo* listed)
+{
+    const bool wasPresent = run_.local.isPresent(item.pathname);
     const bool done = transfer_.downloadsub(item.pathname, listed);
-    copyServerRecord(item.pathname);
+    if (!listed || SyncState::kind(listed->state) != SyncState::suspended) copyServerRecord(item.pathname);
+    if (!done && wasPresent && !run_.local.isPresent(item.pathname)) forget(item.pathname);
     return done;
+}
+
+/// A part that could not be marked is gone: recorded as it was, it would pass for deleted by a person.
+void BXSyncFileOperations::forget(const std::string& pathname)
+{
+    auto* record = localfile_.getFileUpdate(pathname);
+    if (!record) return;
+    record->state = SyncState::deleted;
+    hasRecordToKeep_ = true;
 }
 
 bool BXSyncFileOperations::fileOperateLocalDelete(const Item& item)
@@ -160,9 +176,7 @@ bool BXSyncFileOperations::restoreFromServer(const Item& item, bool isFolder)
         const auto size = listed ? listed->size : 0;
         run_.progress.addTotalFileSize(size);
         showTransfer(item.serverText, item.localText, size);
-        const bool done = transfer_.downloadsub(item.pathname, listed);
-        copyServerRecord(item.pathname);
-        return done;
+        return fetch(item, listed);
     }
     run_.logger.info("Createing Folder: {}", item.localText);
     const auto made = run_.local.makeFolder(item.pathname);
@@ -182,6 +196,8 @@ bool BXSyncFileOperations::fileOperateServerDelete(const Item& item)
         return true;
     }
     const bool isFolder = run_.local.isFolder(item.pathname);
+    // What is left of an interrupted download of a file that is gone is nobody's.
+    if (!isFolder && isPart(item.pathname)) return deleteLocally(item, false);
     const auto operation = run_.confirmer.serverDeleteOperation(item.record, item.name);
     switch (BXSyncPolicy::stepFor(BXSyncChange::deletedOnServer, operation)) {
     case BXSyncStep::deleteLocally:
@@ -202,6 +218,12 @@ bool BXSyncFileOperations::fileOperateServerDelete(const Item& item)
         break;
     }
     return false;
+}
+
+bool BXSyncFileOperations::isPart(const std::string& pathname) const
+{
+    const auto path = run_.local.locate(pathname);
+    return path && BXSyncUtils::isSuspendedFile(*path);
 }
 
 bool BXSyncFileOperations::deleteLocally(const Item& item, bool isFolder)

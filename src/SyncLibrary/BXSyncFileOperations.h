@@ -44,6 +44,9 @@ private:
     bool createLocalFolder(const Item& item);
     bool upload(const Item& item);
     bool download(const Item& item);
+    bool fetch(const Item& item, const BXSyncFileDataInfo* listed);
+    void forget(const std::string& pathname);
+    bool isPart(const std::string& pathname) const;
     bool deleteOnServer(const Item& item, bool isFolder);
     bool restoreFromServer(const Item& item, bool isFolder);
     bool deleteLocally(const Item& item, bool isFolder);

@@ -1,7 +1,9 @@
 #include "SyncLibrary/BXSyncInflight.h"
 
 #include <algorithm>
+#include <cstdlib>
 
+#include "SyncLibrary/BXSyncInspectFile.h"
 #include "SyncLibrary/BXSyncUtils.h"
 #include "platform/FileAbsence.h"
 #include "platform/FileSystem.h"
@@ -29,11 +31,28 @@ Result<std::string> stateOf(const BXSyncInflight::Locate& locate, const std::str
     return diskPath ? stateAt(*diskPath) : Result<std::string>(absent);
 }
 
-std::vector<BXSyncInflightRecord::Entry> suspects(BXSyncInflightRecord record, const std::string& systemStart)
+/// What a run that died may have left half done.
+struct Suspects
 {
-    if (systemStart.empty() || record.systemStart != systemStart) return std::move(record.entries);
+    std::vector<BXSyncInflightRecord::Entry> entries;
+    /// Of the only one.
+    std::string version;
+    /// Whether a file changed since the present start of the system may be one.
+    bool includesRecent = true;
+};
+
+Suspects suspects(BXSyncInflightRecord record, const std::string& systemStart)
+{
+    const bool sameStart = !systemStart.empty() && record.systemStart == systemStart;
+    if (!sameStart) return {std::move(record.entries), {}, systemStart.empty()};
     if (!record.underWay) return {};
-    return {std::move(record.entries[*record.underWay])};
+    return {{std::move(record.entries[*record.underWay])}, std::move(record.version), true};
+}
+
+bool isRecent(const std::string& diskPath, dates::Seconds startTime)
+{
+    const auto found = fs::attributes(diskPath);
+    return found && found->modified >= startTime;
 }
 
 /// Where it lies; nothing for a file that is untouched or gone.
@@ -46,6 +65,24 @@ Result<std::optional<std::string>> halfFile(const BXSyncInflight::Locate& locate
     if (!present) return failure(std::move(present.error()));
     if (*present == absent || *present == entry.before) return std::nullopt;
     return *diskPath;
+}
+
+/// A part of which nothing is known is not gone on with.
+bool markPart(const std::string& diskPath, const std::string& version)
+{
+    const std::string noted = version.empty() ? "unknown" : version;
+    return fs::setExtendedAttribute(diskPath, BXSyncUtils::partVersionAttribute, noted) &&
+           BXSyncUtils::addSuspendFlag(diskPath);
+}
+
+Status forget(const std::string& syncinfoPath, const std::vector<std::string>& pathnames)
+{
+    if (pathnames.empty()) return {};
+    BXSyncInspectFile stored;
+    if (auto read = stored.readSyncInfo(syncinfoPath); !read) return failure(std::move(read.error()));
+    for (const auto& pathname : pathnames)
+        if (auto* record = stored.getFileUpdate(pathname)) record->state = SyncState::deleted;
+    return stored.writeSyncInfo(syncinfoPath);
 }
 
 } // namespace
@@ -78,7 +115,7 @@ bool BXSyncInflight::isNextInBatch(const std::string& pathname) const
     return state && *state == batch_[nextInBatch_].before;
 }
 
-Status BXSyncInflight::begin(const std::string& pathname)
+Status BXSyncInflight::begin(const std::string& pathname, const std::string& version)
 {
     while (record_ && nextInBatch_ < batch_.size() && batch_[nextInBatch_].pathname != pathname)
         ++nextInBatch_;
@@ -87,7 +124,7 @@ Status BXSyncInflight::begin(const std::string& pathname)
         if (!batch) return failure(std::move(batch.error()));
         if (auto written = writeBatch(std::move(*batch)); !written) return written;
     }
-    auto begun = append(BXSyncInflightRecord::began, nextInBatch_);
+    auto begun = append(BXSyncInflightRecord::began, nextInBatch_, version);
     underWay_ = begun.has_value();
     return begun;
 }
@@ -148,15 +185,15 @@ Status BXSyncInflight::writeBatch(std::vector<Entry> batch)
     return {};
 }
 
-Status BXSyncInflight::append(char what, std::size_t index)
+Status BXSyncInflight::append(char what, std::size_t index, const std::string& version)
 {
-    const auto line = BXSyncInflightRecord::progressLine(what, index);
+    const auto line = BXSyncInflightRecord::progressLine(what, index, version);
     if (record_ && record_->write(std::as_bytes(std::span(line)))) return {};
     return failure("POSIX", 0, path_ + ": cannot be written");
 }
 
 Result<std::vector<std::string>> BXSyncInflight::recover(const std::string& syncinfoPath, const Locate& locate,
-                                                         const std::string& systemStart)
+                                                         const std::string& systemStart, dates::Seconds startTime)
 {
     const auto path = pathFor(syncinfoPath);
     if (const auto found = fs::attributes(path); !found && fs::isAbsence(found.error()))
@@ -164,16 +201,28 @@ Result<std::vector<std::string>> BXSyncInflight::recover(const std::string& sync
     auto text = fs::readFile(path);
     if (!text) return failure(std::move(text.error()));
     std::vector<std::string> treated;
-    for (const auto& entry : suspects(BXSyncInflightRecord::parse(*text), systemStart)) {
+    std::vector<std::string> deleted;
+    const auto found = suspects(BXSyncInflightRecord::parse(*text), systemStart);
+    for (const auto& entry : found.entries) {
         const auto diskPath = halfFile(locate, entry);
         if (!diskPath) return failure(diskPath.error());
-        if (!*diskPath) continue;
-        if (!BXSyncUtils::addSuspendFlag(**diskPath))
-            if (auto removed = fs::removeFile(**diskPath); !removed) return failure(std::move(removed.error()));
+        if (!*diskPath || (!found.includesRecent && isRecent(**diskPath, startTime))) continue;
         treated.push_back(entry.pathname);
+        if (markPart(**diskPath, found.version)) continue;
+        deleted.push_back(entry.pathname);
+        if (auto removed = fs::removeFile(**diskPath); !removed) return failure(std::move(removed.error()));
     }
+    if (auto forgotten = forget(syncinfoPath, deleted); !forgotten) return failure(std::move(forgotten.error()));
     if (auto removed = fs::removeFile(path); !removed) return failure(std::move(removed.error()));
     return treated;
+}
+
+dates::Seconds BXSyncInflight::currentSystemStartTime()
+{
+    constexpr std::string_view key = "\nbtime ";
+    const auto text = fs::readFile("/proc/stat");
+    const auto at = text ? text->find(key) : std::string::npos;
+    return at == std::string::npos ? 0 : std::strtod(text->c_str() + at + key.size(), nullptr);
 }
 
 std::string BXSyncInflight::currentSystemStart()

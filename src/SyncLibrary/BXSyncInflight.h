@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "SyncLibrary/BXSyncInflightRecord.h"
+#include "platform/Dates.h"
 #include "platform/Result.h"
 #include "platform/Streams.h"
 
@@ -23,7 +24,7 @@ namespace tidemark {
 /// What was downloaded is flushed before its batch leaves the record and before the sync info names it. The appended
 /// lines survive the process but not a loss of power, therefore the record names the system start that it was
 /// written under: under the same one exactly the download that began last and did not end is suspect; under another one
-/// every path of the batch is whose file is not what it was before.
+/// every path of the batch is whose file is not what it was before and was not changed since that start.
 class BXSyncInflight
 {
 public:
@@ -42,8 +43,9 @@ public:
 
     /// The pathnames that the run may download, in the order in which it will.
     void plan(std::vector<std::string> pathnames);
-    /// Once this has succeeded the target may be opened for writing.
-    Status begin(const std::string& pathname);
+    /// Once this has succeeded the target may be opened for writing. `version` names the server's file, so that a part
+    /// that a dying process leaves is gone on with only where that is still the same.
+    Status begin(const std::string& pathname, const std::string& version = {});
     /// The download has ended. Fails where the target is neither whole, which `isWhole` tells, nor marked, gone or as
     /// it was before: it stays on record, and nothing else may be downloaded.
     Status end(bool isWhole);
@@ -51,12 +53,16 @@ public:
     Status flush();
 
     /// Marks what a process that died has left half done, or deletes it where it cannot be marked, and does away with
-    /// the record. The pathnames that were so treated. After a failure nothing may be listed.
+    /// the record; what is deleted is forgotten in the sync info, so that it does not pass for deleted by a person. The
+    /// pathnames that were so treated. After a failure nothing may be listed. `startTime`: of the system; what was
+    /// changed later, under another start than the record's, is a person's work.
     static Result<std::vector<std::string>> recover(const std::string& syncinfoPath, const Locate& locate,
-                                                    const std::string& systemStart = currentSystemStart());
+                                                    const std::string& systemStart = currentSystemStart(),
+                                                    dates::Seconds startTime = currentSystemStartTime());
 
     static std::string pathFor(const std::string& syncinfoPath) { return syncinfoPath + ".inflight"; }
     static std::string currentSystemStart();
+    static dates::Seconds currentSystemStartTime();
 
 private:
     using Entry = BXSyncInflightRecord::Entry;
@@ -64,7 +70,7 @@ private:
     bool isNextInBatch(const std::string& pathname) const;
     Result<std::vector<Entry>> nextBatch(const std::string& pathname);
     Status writeBatch(std::vector<Entry> batch);
-    Status append(char what, std::size_t index);
+    Status append(char what, std::size_t index, const std::string& version = {});
 
     const std::string path_;
     const std::string folder_;

@@ -1,5 +1,6 @@
 #include "SyncLibrary/BXSyncInflightRecord.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "platform/Url.h"
@@ -28,12 +29,15 @@ void takeEntry(std::string_view text, BXSyncInflightRecord& record)
 
 void takeProgress(char what, std::string_view text, BXSyncInflightRecord& record)
 {
-    const auto index = indexOf(text);
+    const auto blank = std::min(text.find(' '), text.size());
+    const auto index = indexOf(text.substr(0, blank));
     if (!index || *index >= record.entries.size()) return;
-    if (what == BXSyncInflightRecord::began)
+    if (what == BXSyncInflightRecord::began) {
         record.underWay = index;
-    else if (record.underWay == index)
+        record.version = text.substr(std::min(blank + 1, text.size()));
+    } else if (record.underWay == index) {
         record.underWay.reset();
+    }
 }
 
 void takeLine(std::string_view line, BXSyncInflightRecord& record)
@@ -76,9 +80,10 @@ std::string BXSyncInflightRecord::entryLine(const Entry& entry)
     return "P " + entry.before + " " + percentEncodeComponent(entry.pathname) + "\n";
 }
 
-std::string BXSyncInflightRecord::progressLine(char what, std::size_t index)
+std::string BXSyncInflightRecord::progressLine(char what, std::size_t index, std::string_view version)
 {
-    return std::string(1, what) + " " + std::to_string(index) + "\n";
+    const auto tail = version.empty() ? std::string() : " " + std::string(version);
+    return std::string(1, what) + " " + std::to_string(index) + tail + "\n";
 }
 
 } // namespace tidemark

@@ -84,9 +84,11 @@ Result<fs::Attributes> BXSyncLocalFolder::readableFile(const std::string& diskPa
 bool BXSyncLocalFolder::isPresent(const std::string& pathname) const
 {
     const auto path = locate(pathname);
-    const auto found = path ? fs::attributes(*path) : failure(path.error());
-    if (path && !found) return !fs::isAbsence(found.error());
-    return found && found->kind != fs::FileKind::other && !(found->isLink && found->kind == fs::FileKind::folder);
+    // Behind a link, or a link whose target is away: there is no telling.
+    if (!path) return true;
+    const auto found = fs::attributes(*path);
+    if (!found) return isLink(*path) || !fs::isAbsence(found.error());
+    return found->kind != fs::FileKind::other && !(found->isLink && found->kind == fs::FileKind::folder);
 }
 
 bool BXSyncLocalFolder::isFolder(const std::string& pathname) const
@@ -133,6 +135,8 @@ Status BXSyncLocalFolder::checkTree(const std::string& diskFolder, const std::st
 {
     const auto listing = BXSyncLocalListing::read(diskFolder, root);
     if (!listing) return unreadable(listing.error().description());
+    // What is left out of the synchronisation exists nowhere else.
+    if (!listing->remarks.empty()) return obstructed(diskFolder);
     for (const auto& file : listing->files)
         if (!isAsListed(file)) return changed(file.path);
     for (const auto& folder : listing->folders) {

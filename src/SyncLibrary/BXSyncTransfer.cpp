@@ -52,10 +52,6 @@ bool hasTouched(const ASWDCmd* command)
     return download && download->hasOpenedStream();
 }
 
-/// Beside the suspend mark: of which version of the server's file the part is. The probe compares the part's end only,
-/// and a file may have changed at its beginning.
-constexpr const char* partAttribute = "marlock.tidemark.suspend.version";
-
 std::string versionOf(const BXSyncFileDataInfo& serverRecord)
 {
     return std::to_string(serverRecord.size) + " " +
@@ -64,13 +60,15 @@ std::string versionOf(const BXSyncFileDataInfo& serverRecord)
 
 void notePart(const std::string& target, const BXSyncFileDataInfo* serverRecord)
 {
-    if (serverRecord) static_cast<void>(fs::setExtendedAttribute(target, partAttribute, versionOf(*serverRecord)));
+    if (serverRecord)
+        static_cast<void>(
+            fs::setExtendedAttribute(target, BXSyncUtils::partVersionAttribute, versionOf(*serverRecord)));
 }
 
 /// True where nothing is known, too.
 bool isPartOf(const std::string& target, const BXSyncFileDataInfo* serverRecord)
 {
-    const auto noted = fs::extendedAttribute(target, partAttribute);
+    const auto noted = fs::extendedAttribute(target, BXSyncUtils::partVersionAttribute);
     return !noted || !serverRecord || *noted == versionOf(*serverRecord);
 }
 
@@ -170,7 +168,10 @@ Result<int> BXSyncTransfer::put(const Url& url, Source& source)
     const auto factory = [&]() -> std::shared_ptr<ASWDCmd> {
         auto present = run_.local.readableFile(source.diskPath);
         source.error = present ? std::nullopt : std::optional(present.error());
-        if (!present) return nullptr;
+        if (present && BXSyncUtils::isSuspendedFile(source.diskPath))
+            source.error = engineError("LOCALFILE_INCOMPLETE",
+                                       "The file is the part of an interrupted download. path:" + source.diskPath);
+        if (source.error) return nullptr;
         source.sent = *present;
         auto command = std::make_shared<ASWDCmdPut>(url, run_.conf.info());
         command->setEncryptKey(run_.conf.encryptKey());
@@ -222,23 +223,38 @@ Status BXSyncTransfer::fetch(const std::string& pathname, const Url& url, const 
         return failure(
             engineError("SERVERFILE_OBSTRUCTED",
                         "There is a folder on the server in place of the file. path:" + url.displayString()));
+    if (serverRecord && SyncState::kind(serverRecord->state) == SyncState::suspended)
+        return failure(engineError("SERVERFILE_INCOMPLETE",
+                                   "The file on the server is the part of an upload. path:" + url.displayString()));
     const WatcherPause pause(run_.fileWatcher);
     const auto target = run_.local.prepareTarget(pathname);
     if (!target) return failure(target.error());
-    if (auto recorded = run_.inflight.begin(pathname); !recorded)
+    const auto version = serverRecord ? versionOf(*serverRecord) : std::string();
+    if (auto recorded = run_.inflight.begin(pathname, version); !recorded)
         return failure(engineError("LOCALFILE_UNWRITABLE", recorded.error().description()));
-    auto fetched = fetchInto(*target, url, serverRecord);
-    if (auto settled = run_.inflight.end(fetched.has_value()); !settled)
+    bool isTheirs = false;
+    auto fetched = fetchInto(*target, pathname, url, serverRecord, isTheirs);
+    if (auto settled = run_.inflight.end(fetched.has_value() || isTheirs); !settled)
         throw BXSyncAbort(BXSyncAbort::error, std::move(settled.error()));
     return fetched;
 }
 
-Status BXSyncTransfer::fetchInto(const std::string& target, const Url& url, const BXSyncFileDataInfo* serverRecord)
+/// `isTheirs`: a person has changed the target between two attempts; it stays as it is.
+Status BXSyncTransfer::fetchInto(const std::string& target, const std::string& pathname, const Url& url,
+                                 const BXSyncFileDataInfo* serverRecord, bool& isTheirs)
 {
     std::shared_ptr<ASWDCmd> last;
+    Status mayWrite;
+    const auto factory = [&]() -> std::shared_ptr<ASWDCmd> {
+        // Between two attempts a person may have had minutes for changes of their own.
+        if (last) mayWrite = checkTarget(target, pathname, *last);
+        if (!mayWrite) return nullptr;
+        return last = makeDownload(url, target, last.get(), serverRecord);
+    };
     const auto fetched =
-        run_.runner.davConnect([&] { return last = makeDownload(url, target, last.get(), serverRecord); },
-                               [](ASWDCmd&, int status) { return status == 200 || status == 206; });
+        run_.runner.davConnect(factory, [](ASWDCmd&, int status) { return status == 200 || status == 206; });
+    isTheirs = !mayWrite;
+    if (isTheirs) return mayWrite;
     if (hasTouched(last.get())) notePart(target, serverRecord);
     if (!fetched) return failure(fetched.error());
     if (!isWhole(**fetched, target, serverRecord)) {
@@ -247,9 +263,22 @@ Status BXSyncTransfer::fetchInto(const std::string& target, const Url& url, cons
                                                            url.absoluteString()));
     }
     BXSyncUtils::removeSuspendFlag(target);
-    static_cast<void>(fs::removeExtendedAttribute(target, partAttribute));
+    static_cast<void>(fs::removeExtendedAttribute(target, BXSyncUtils::partVersionAttribute));
     if (serverRecord) settleTime(target, *serverRecord);
     return {};
+}
+
+/// Whether the target is still what the failed attempt `before` has found or left.
+Status BXSyncTransfer::checkTarget(const std::string& target, const std::string& pathname, const ASWDCmd& before) const
+{
+    if (!hasTouched(&before)) {
+        const auto prepared = run_.local.prepareTarget(pathname);
+        return prepared ? Status() : failure(prepared.error());
+    }
+    // The attempt has marked its part where it could.
+    if (BXSyncUtils::isSuspendedFile(target) || !BXSyncUtils::addSuspendFlag(target)) return {};
+    BXSyncUtils::removeSuspendFlag(target);
+    return failure(engineError("LOCALFILE_CHANGED", "The file was changed while it was downloaded. path:" + target));
 }
 
 /// `before` is the execution that failed, or null. What it has written is a part to go on from.
@@ -269,13 +298,14 @@ std::shared_ptr<ASWDCmd> BXSyncTransfer::makeDownload(const Url& url, const std:
     return command;
 }
 
-/// Where a response tells no length of its own, the end of the connection looks like the end of the file: the length
-/// that was listed decides.
+/// Where a response tells no length of its own, the end of the connection looks like the end of the file, and a part
+/// tells only its own length: the length that was listed decides.
 bool BXSyncTransfer::isWhole(const ASWDCmd& command, const std::string& target,
                              const BXSyncFileDataInfo* serverRecord) const
 {
     const auto& header = command.responseHeader()->header;
-    if (!serverRecord || header.contains("Content-Length") || header.contains("Transfer-Encoding")) return true;
+    const bool tellsLength = header.contains("Content-Length") || header.contains("Transfer-Encoding");
+    if (!serverRecord || (tellsLength && command.statusCode() != 206)) return true;
     const auto present = fs::attributes(target);
     if (!present) return false;
     const bool encrypted = !run_.conf.encryptKey().empty();

@@ -42,7 +42,9 @@ private:
     void updateProperties(const Url& url, const Source& source);
 
     Status fetch(const std::string& pathname, const Url& url, const BXSyncFileDataInfo* serverRecord);
-    Status fetchInto(const std::string& target, const Url& url, const BXSyncFileDataInfo* serverRecord);
+    Status fetchInto(const std::string& target, const std::string& pathname, const Url& url,
+                     const BXSyncFileDataInfo* serverRecord, bool& isTheirs);
+    Status checkTarget(const std::string& target, const std::string& pathname, const ASWDCmd& before) const;
     std::shared_ptr<ASWDCmd> makeDownload(const Url& url, const std::string& target, const ASWDCmd* before,
                                           const BXSyncFileDataInfo* serverRecord);
     bool isWhole(const ASWDCmd& command, const std::string& target, const BXSyncFileDataInfo* serverRecord) const;

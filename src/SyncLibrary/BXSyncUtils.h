@@ -20,6 +20,9 @@ public:
 
     /// Extended attribute that marks a partly downloaded file.
     static constexpr const char* suspendAttribute = "marlock.tidemark.suspend";
+    /// Extended attribute beside it: of which version of the server's file the part is. The probe compares the part's
+    /// end only, and a file may have changed at its beginning.
+    static constexpr const char* partVersionAttribute = "marlock.tidemark.suspend.version";
     /// Namespace of the server product's properties.
     static constexpr const char* propertyNamespace = "http://www.marlock.example/ns/webdav";
     /// Table of messages looked up without a table of their own.

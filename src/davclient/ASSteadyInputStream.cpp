@@ -16,9 +16,10 @@ bool ASSteadyInputStream::rewind()
 
 void ASSteadyInputStream::begin()
 {
-    before_ = fs::attributes(path_);
+    const auto present = fs::attributes(path_);
+    if (!before_ && present) before_ = *present;
     count_ = 0;
-    changed_ = false;
+    changed_ = length_ > 0 && present && !isUnchanged();
 }
 
 std::int64_t ASSteadyInputStream::read(std::span<std::byte> buffer)
@@ -33,7 +34,8 @@ std::int64_t ASSteadyInputStream::read(std::span<std::byte> buffer)
 bool ASSteadyInputStream::isUnchanged() const
 {
     const auto present = fs::attributes(path_);
-    return before_ && present && present->size == before_->size && present->modified == before_->modified;
+    return before_ && present && present->size == fileLength_ && present->size == before_->size &&
+           present->modified == before_->modified;
 }
 
 } // namespace tidemark

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/FileSystem.h"
@@ -10,14 +11,16 @@
 namespace tidemark {
 
 /// The bytes of a stream over a file, of which the last ones are given out only while the file is still what it was
-/// when the stream was opened, in size and time. Whoever announces the length first never gets the whole of a mixture
-/// of two contents.
+/// when the stream was first opened, in size and time, and as long as was announced. Whoever announces the length first
+/// never gets the whole of a mixture of two contents.
 class ASSteadyInputStream : public InputStream
 {
 public:
-    /// `length`: of what `source` yields. `path`: the file that it reads.
-    ASSteadyInputStream(std::unique_ptr<InputStream> source, std::string path, std::uint64_t length)
-        : source_(std::move(source)), path_(std::move(path)), length_(length)
+    /// `length`: of what `source` yields. `path`: the file that it reads, which was of `fileLength` bytes when the
+    /// length was announced.
+    ASSteadyInputStream(std::unique_ptr<InputStream> source, std::string path, std::uint64_t length,
+                        std::int64_t fileLength)
+        : source_(std::move(source)), path_(std::move(path)), length_(length), fileLength_(fileLength)
     {
     }
 
@@ -36,7 +39,8 @@ private:
     std::unique_ptr<InputStream> source_;
     const std::string path_;
     const std::uint64_t length_;
-    Result<fs::Attributes> before_ = fs::Attributes{};
+    const std::int64_t fileLength_;
+    std::optional<fs::Attributes> before_;
     std::uint64_t count_ = 0;
     bool changed_ = false;
 };

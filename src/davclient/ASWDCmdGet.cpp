@@ -19,15 +19,40 @@ bool isSuccess(const HttpResponseHead& response)
     return response.statusCode >= 200 && response.statusCode <= 299;
 }
 
-/// The first byte that "bytes FIRST-LAST/LENGTH" names.
-std::optional<std::int64_t> firstByteOf(const std::string& contentRange)
+/// What "bytes FIRST-LAST/LENGTH" names; a length of "*" is not known.
+struct ContentRange
 {
-    constexpr std::string_view unit = "bytes ";
-    if (!contentRange.starts_with(unit)) return std::nullopt;
     std::int64_t first = 0;
-    const char* end = contentRange.data() + contentRange.size();
-    const auto parsed = std::from_chars(contentRange.data() + unit.size(), end, first);
-    return parsed.ec == std::errc() && parsed.ptr != end && *parsed.ptr == '-' ? std::optional(first) : std::nullopt;
+    std::int64_t last = 0;
+    std::optional<std::int64_t> length;
+};
+
+std::optional<std::int64_t> takeNumber(std::string_view& text)
+{
+    std::int64_t value = 0;
+    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (parsed.ec != std::errc()) return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(parsed.ptr - text.data()));
+    return value;
+}
+
+bool takeText(std::string_view& text, std::string_view expected)
+{
+    if (!text.starts_with(expected)) return false;
+    text.remove_prefix(expected.size());
+    return true;
+}
+
+std::optional<ContentRange> contentRange(std::string_view text)
+{
+    if (!takeText(text, "bytes ")) return std::nullopt;
+    const auto first = takeNumber(text);
+    if (!first || !takeText(text, "-")) return std::nullopt;
+    const auto last = takeNumber(text);
+    if (!last || !takeText(text, "/")) return std::nullopt;
+    if (text == "*") return ContentRange{*first, *last, std::nullopt};
+    const auto length = takeNumber(text);
+    return length && text.empty() ? std::optional(ContentRange{*first, *last, length}) : std::nullopt;
 }
 
 } // namespace
@@ -152,8 +177,10 @@ std::unique_ptr<OutputStream> ASWDCmdGet::generateStream(const HttpResponseHead&
 std::optional<std::string> ASWDCmdGet::refusal(const HttpResponseHead& response) const
 {
     if (response.statusCode != 206) return std::nullopt;
-    const auto first = firstByteOf(response.header.value("Content-Range").value_or(""));
-    if (rangeStart_ && first == rangeStart_) return std::nullopt;
+    const auto range = contentRange(response.header.value("Content-Range").value_or(""));
+    // A part that ends before the file does would pass for its end.
+    const bool reachesEnd = range && (!range->length || range->last + 1 == *range->length);
+    if (rangeStart_ && reachesEnd && range->first == *rangeStart_) return std::nullopt;
     return "The server sent another part of the file than was asked for.";
 }
 

@@ -53,7 +53,7 @@ std::unique_ptr<InputStream> ASWDCmdUploadBase::makeRequestStream() const
         file = makeFileInputStream(filePath_);
     else
         file = std::make_unique<BXSyncAESInputStream>(filePath_, encryptKey_, false);
-    return std::make_unique<ASSteadyInputStream>(std::move(file), filePath_, contentLength_);
+    return std::make_unique<ASSteadyInputStream>(std::move(file), filePath_, contentLength_, fileLength_);
 }
 
 void ASWDCmdUploadBase::setupContentLength()

@@ -4,6 +4,8 @@
 
 #include <csignal>
 
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "SyncLibrary/BXSyncInflight.h"
@@ -156,6 +158,62 @@ TEST_P(TransferSync, aFileThatChangesBeforeItIsOverwrittenOrDeletedStays)
     world.expectSettled();
 }
 
+TEST_P(TransferSync, aPartWhoseFileIsGoneIsNobodysFile)
+{
+    client.local.make({{"f.bin", file("old", at(0))}});
+    ASSERT_EQ(client.sync(), Outcome::finished);
+    world.writeOnServer("f.bin", bytes(100'000), at(100));
+    world.server->addFault({"GET", "*", devserver::fault::CutResponse{40'000}, 1});
+    EXPECT_EQ(client.sync(), Outcome::someItemsFailed);
+    EXPECT_EQ(client.local.content("f.bin").size(), 40'000U);
+    world.remote.remove("sync/f.bin");
+    world.server->clearRequests();
+    client.conf->setServerDelete("upload");
+    EXPECT_EQ(client.sync(), Outcome::finished);
+    EXPECT_EQ(world.requests("PUT"), 0U);
+    EXPECT_FALSE(client.local.exists("f.bin"));
+    world.expectSettled();
+}
+
+TEST_P(TransferSync, anEditBetweenTwoAttemptsOfADownloadStays)
+{
+    for (const std::uint64_t cut : {0, 40'000}) {
+        SCOPED_TRACE(cut);
+        const auto name = "f" + std::to_string(cut);
+        client.local.write(name, "old", at(0));
+        ASSERT_EQ(client.sync(), Outcome::finished);
+        world.writeOnServer(name, bytes(100'000), at(100));
+        if (cut == 0)
+            world.server->addFault({"GET", "*", devserver::fault::Status{503, {}, {}}, 1});
+        else
+            world.server->addFault({"GET", "*", devserver::fault::CutResponse{cut}, 1});
+        client.reconnect = {true, 3, 0};
+        client.asks = true;
+        client.delegate.answers = {{"RECONNECT_MESSAGE", {0, false}}, {"SYNCFILE_FAILURE", {0, false}}};
+        client.delegate.onAsked = [&](const BXSyncConfirmInfo& info) {
+            if (info.message == "RECONNECT_MESSAGE") client.local.write(name, "mine", at(300));
+        };
+        EXPECT_EQ(client.sync(), Outcome::someItemsFailed);
+        EXPECT_EQ(client.local.content(name), "mine");
+        client.delegate.onAsked = nullptr;
+        client.conf->setConflict("upload");
+        EXPECT_EQ(client.sync(), Outcome::finished);
+        EXPECT_EQ(world.remote.content("sync/" + name), "mine");
+    }
+    world.expectSettled();
+}
+
+TEST_P(TransferSync, aFolderIsNotDeletedWithWhatOnlyItHolds)
+{
+    client.local.make({{"d/f.txt", file("1", at(0))}});
+    ASSERT_EQ(client.sync(), Outcome::finished);
+    std::filesystem::create_directory_symlink("/", client.local.path("d/link"));
+    world.remote.remove("sync/d");
+    client.conf->setServerDelete("delete");
+    EXPECT_EQ(client.sync(), Outcome::someItemsFailed);
+    EXPECT_TRUE(std::filesystem::is_symlink(client.local.path("d/link")));
+}
+
 TEST_P(TransferSync, aFileThatIsThereAgainIsNotDeletedOnTheServer)
 {
     client.local.make({{"a.txt", file("1", at(0))}, {"b.txt", file("1", at(0))}});
@@ -208,7 +266,7 @@ TEST_P(TransferSync, anInterruptedDownloadOfAProcessThatDiedIsNotUploaded)
     {
         BXSyncInflight dying(client.conf->syncinfoPath(), client.conf->localPath(), locate);
         dying.plan({"/old.bin", "/other.bin"});
-        ASSERT_TRUE(dying.begin("/old.bin"));
+        ASSERT_TRUE(dying.begin("/old.bin", "of another version"));
         client.local.write("old.bin", "whole n");
     }
     client.local.write("other.bin", "edited since", at(200));
@@ -363,7 +421,11 @@ TEST(Inflight, suspectsWhatTheRecordCannotClear)
     folder.make({{"begun", file("old")}, {"done", file("old")}});
     die();
     folder.write("untouched", "half");
-    EXPECT_EQ(BXSyncInflight::recover(psi, locate, "start-2").value(),
+    EXPECT_TRUE(BXSyncInflight::recover(psi, locate, "start-2", 0).value().empty()) << "changed since the start";
+    folder.make({{"begun", file("old")}, {"done", file("old")}, {"untouched", file("old")}});
+    die();
+    folder.write("untouched", "half");
+    EXPECT_EQ(BXSyncInflight::recover(psi, locate, "start-2", 1e12).value(),
               (std::vector<std::string>{"/done", "/begun", "/untouched"}));
     {
         BXSyncInflight finished(psi, folder.root(), locate, "start-1");
