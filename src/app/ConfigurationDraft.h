@@ -62,7 +62,7 @@ struct ConfigurationDraft
     std::string repeatedKey;
     /// "" for no log files.
     std::string logFolder;
-    std::string logDays = "90";
+    std::string logDays = "1";
 
     static ConfigurationDraft of(const BXSyncConf& conf);
 

@@ -206,7 +206,12 @@ bool ASHttpConnection::streamDidReceiveBytes(std::span<const std::byte> bytes)
 void ASHttpConnection::streamDidEnd()
 {
     const auto self = weak_from_this().lock();
-    handleEnd();
+    try {
+        handleEnd();
+    } catch (const std::exception& exception) {
+        BXLogger::globalErrorException(exception);
+        handleError();
+    }
 }
 
 void ASHttpConnection::streamDidFail(const HttpStreamError& error)
@@ -235,7 +240,8 @@ void ASHttpConnection::stopInspection()
 void ASHttpConnection::onInspectTimeout()
 {
     const auto now = loop_->clock().steadyNow();
-    if (const auto sent = processedRequestBodyBytes().value_or(0); sent > preSize_) {
+    if (const auto sent = processedRequestBodyBytes().value_or(0); sent != preSize_) {
+        // A body that has to be sent again counts from 0 once more.
         lastActivity_ = now;
         preSize_ = sent;
     }

@@ -149,6 +149,7 @@ bool ASWDCmd::connect()
 void ASWDCmd::didReceiveAuthenticationChallenge(ASHttpConnection& connection,
                                                 const ASHttpAuthentication& authentication, bool isProxy)
 {
+    const auto self = weak_from_this().lock();
     ASHttpCredential credential{connectInfo_->username(), connectInfo_->password(), false};
     if (isProxy) credential = {connectInfo_->proxyUsername(), connectInfo_->proxyPassword(), true};
     if (!connection.setAuthentication(authentication, credential)) {
@@ -157,6 +158,8 @@ void ASWDCmd::didReceiveAuthenticationChallenge(ASHttpConnection& connection,
         return fireError();
     }
     if (connect()) return;
+    // A failure may have been told already, and the command executed anew.
+    if (executedHandler_ || connection_.get() != &connection) return;
     setError(requestFailed, "The request cannot be sent again with credentials.");
     fireError();
 }

@@ -10,7 +10,7 @@ namespace tidemark {
 class ASWDCmdBase : public ASWDCmd
 {
 public:
-    static constexpr std::size_t maximumResponseBody = 256U * 1024 * 1024;
+    static constexpr std::size_t maximumResponseBody = 512U * 1024 * 1024;
 
     using ASWDCmd::ASWDCmd;
 

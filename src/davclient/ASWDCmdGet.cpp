@@ -156,11 +156,13 @@ void ASWDCmdGet::didReceiveResponse(ASHttpConnection& connection, const HttpResp
 
 void ASWDCmdGet::restart(ASHttpConnection& connection)
 {
+    const auto self = weak_from_this().lock();
     setSentBytes(0);
     rangeStart_.reset();
     requestHeader().remove("Range");
     connection.setHeaderField("Range", std::nullopt);
     if (connect()) return;
+    if (executedHandler() || this->connection().get() != &connection) return;
     setErrorFromConnection(connection);
     fireError();
 }

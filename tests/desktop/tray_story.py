@@ -17,6 +17,7 @@ from pathlib import Path
 NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwd", "convert")
 SKIPPED = 77
 PATIENCE = 600
+TRIES = 5
 
 
 class Desktop:
@@ -55,12 +56,17 @@ def run(*command, check=False):
     return done.stdout.strip()
 
 
-def wait_for(what, condition):
-    for _ in range(PATIENCE):
+def soon(condition, looks=20):
+    for _ in range(looks):
         if condition():
-            return
+            return True
         time.sleep(0.05)
-    raise SystemExit(f"waited in vain for {what}")
+    return False
+
+
+def wait_for(what, condition):
+    if not soon(condition, PATIENCE):
+        raise SystemExit(f"waited in vain for {what}")
 
 
 class Story:
@@ -97,10 +103,19 @@ class Story:
 
     def choose(self, *keys):
         """Opens the status item's menu and goes through it with the keyboard."""
-        panel = self.panel()
-        before = run("xdotool", "search", "--onlyvisible", "--class", "tidemark-tray")
-        run("xdotool", "mousemove", str(panel["X"] + 12), str(panel["Y"] + 12), "click", "3", check=True)
-        wait_for("the menu", lambda: run("xdotool", "search", "--onlyvisible", "--class", "tidemark-tray") != before)
+        def windows():
+            return run("xdotool", "search", "--onlyvisible", "--class", "tidemark-tray")
+
+        # A window that comes or goes at that moment closes the menu: a person clicks again, too.
+        before = windows()
+        for _ in range(TRIES):
+            panel = self.panel()
+            run("xdotool", "mousemove", str(panel["X"] + 12), str(panel["Y"] + 12), "click", "3", check=True)
+            if soon(lambda: windows() != before):
+                break
+            before = windows()
+        else:
+            raise SystemExit("the menu does not open")
         self.shot("menu")
         run("xdotool", "key", *keys, check=True)
 
@@ -115,6 +130,7 @@ class Story:
         self.choose("Down", "Return")
         wait_for("the file on the server", lambda: (self.remote / "first.txt").exists())
         wait_for("the end of the run", lambda: "idle" in self.command("status").stdout)
+        wait_for("the end of the progress window", lambda: not self.window("Synchroni"))
         self.choose("Up", "Up", "Return")
         wait_for("the version", lambda: self.window("Tidemark"))
         self.shot("version")

@@ -12,10 +12,7 @@
 #include "SyncLibrary/BXSyncRunLock.h"
 #include "app/qt/Texts.h"
 #include "app/qt/settings/FirstRunAssistant.h"
-#include "app/qt/settings/GlobalSettingsWindow.h"
 #include "config/BXSyncConfigManager.h"
-#include "config/BXSyncGlobalConf.h"
-#include "platform/UserDefaults.h"
 #include "tests/support/TempTree.h"
 
 namespace tidemark::qt {
@@ -171,24 +168,6 @@ TEST_F(SettingsWindowTest, aRunUnderWayKeepsTheConfigurationAsItIs)
     EXPECT_EQ(user->text(), "kim");
     EXPECT_TRUE(button(*window, "APPLY")->isEnabled());
     EXPECT_EQ(store.get("work", false)->info()->username(), "");
-}
-
-TEST_F(SettingsWindowTest, generalSettingsAreCheckedInOrder)
-{
-    UserDefaults defaults(tree.path("defaults.plist"));
-    BXSyncGlobalConf settings(defaults);
-    GlobalSettingsWindow window(settings);
-    const auto fields = window.findChildren<QLineEdit*>();
-    ASSERT_EQ(fields.size(), 5);
-    fields[1]->setText("0");
-    fields[2]->setText("x");
-    EXPECT_FALSE(window.save());
-    EXPECT_EQ(fields[2]->text(), "x");
-    fields[1]->setText("30");
-    fields[2]->setText("60");
-    EXPECT_TRUE(window.save());
-    EXPECT_EQ(settings.propfindTimeout(), 30U);
-    EXPECT_EQ(settings.timeout(), 60U);
 }
 
 TEST_F(SettingsWindowTest, theAssistantWantsAnAddressFirst)

@@ -80,7 +80,9 @@ Checked<void> checkKeyOptions(const ConfigurationOptions& options, const BXSyncC
 
 Checked<ProxyAddress> checkedProxy(std::string_view text)
 {
-    const auto complaint = tl::unexpected("'" + std::string(text) + "' is no proxy; write HOST:PORT");
+    // What is wrong with such a text is not shown: it may hold a password.
+    const auto shown = text.find('@') == std::string_view::npos ? "'" + std::string(text) + "'" : std::string("that");
+    const auto complaint = tl::unexpected(shown + " is no proxy; write HOST:PORT");
     const auto colon = text.rfind(':');
     if (colon == std::string_view::npos) return complaint;
     auto host = text.substr(0, colon);

@@ -110,9 +110,8 @@ void TrayWindows::showAssistant()
 {
     if (!assistant_) {
         assistant_ = std::make_unique<FirstRunAssistant>(outside_.store);
-        QObject::connect(assistant_.get(), &QDialog::finished, assistant_.get(), [this] {
-            if (!assistant_->createdName().empty()) actions_.synchronize({assistant_->createdName()});
-        });
+        QObject::connect(assistant_.get(), &QDialog::accepted, assistant_.get(),
+                         [this] { actions_.synchronize({assistant_->createdName()}); });
     }
     bringToFront(*assistant_);
 }

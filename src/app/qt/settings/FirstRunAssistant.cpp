@@ -11,6 +11,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/ConfigurationInput.h"
 #include "app/qt/Texts.h"
 #include "app/qt/settings/ServerCheck.h"
 #include "config/BXSyncConfigManager.h"
@@ -165,7 +166,7 @@ void FirstRunAssistant::accept()
         QMessageBox::warning(this, windowTitle(), text(table, "NOT_SAVED", {{"error", saved.error().description()}}));
         return;
     }
-    createdName_ = wanted.name;
+    createdName_ = checkedName(wanted.name).value_or(wanted.name);
     QWizard::accept();
 }
 

@@ -1,131 +1,252 @@
 #include "app/qt/settings/GlobalSettingsWindow.h"
 
-#include <charconv>
+#include <algorithm>
+#include <limits>
 
 #include <QCheckBox>
-#include <QDialogButtonBox>
+#include <QCoreApplication>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 #include "app/qt/Texts.h"
-#include "app/qt/settings/Autostart.h"
-#include "config/BXSyncGlobalConf.h"
+#include "app/qt/settings/FieldNote.h"
+#include "app/qt/settings/UnsavedChanges.h"
 
 namespace tidemark::qt {
 
 namespace {
 
-constexpr const char* table = "Settings";
+constexpr const char* table = "GlobalSettings";
+constexpr int numberWidthInCharacters = 12;
 
-/// Nothing for an empty field, so that the default counts.
-std::optional<std::uint64_t> numberIn(const QLineEdit& field)
+QVBoxLayout* addGroup(QVBoxLayout& layout, const char* key)
 {
-    const auto text = toUtf8(field.text());
-    std::uint64_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() && value > 0 ? std::optional(value) : std::nullopt;
+    auto* group = new QGroupBox(text(table, key));
+    layout.addWidget(group);
+    return new QVBoxLayout(group);
 }
 
-QCheckBox* makeSwitch(const char* key)
+QFormLayout* addForm(QVBoxLayout& layout)
 {
-    return new QCheckBox(text(table, key));
+    auto* form = new QFormLayout;
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    layout.addLayout(form);
+    return form;
 }
 
-void showNumber(QLineEdit& field, std::uint64_t value)
+int numberWidth(const QWidget& field)
 {
-    field.setText(QString::number(value));
+    return field.fontMetrics().averageCharWidth() * numberWidthInCharacters;
+}
+
+/// A row of `field` with what it counts beside it.
+QLabel* addRow(QFormLayout& form, const char* key, QWidget* field, const QString& unit)
+{
+    auto* row = new QHBoxLayout;
+    field->setFixedWidth(numberWidth(*field));
+    field->setAccessibleName(text(table, key).remove('&'));
+    row->addWidget(field);
+    row->addWidget(new QLabel(unit));
+    row->addStretch(1);
+    auto* label = new QLabel(text(table, key));
+    label->setBuddy(field);
+    form.addRow(label, row);
+    return label;
+}
+
+bool differ(const GlobalSettingsDraft& a, const GlobalSettingsDraft& b)
+{
+    return a.optionsTimeout != b.optionsTimeout || a.typed.propfindTimeout != b.typed.propfindTimeout ||
+           a.typed.timeout != b.typed.timeout || a.typed.reconnect != b.typed.reconnect ||
+           a.typed.reconnectInterval != b.typed.reconnectInterval || a.typed.reconnectLimit != b.typed.reconnectLimit ||
+           a.syncOnStartUp != b.syncOnStartUp || a.syncOnExit != b.syncOnExit || a.hideProgress != b.hideProgress;
 }
 
 } // namespace
 
 GlobalSettingsWindow::GlobalSettingsWindow(BXSyncGlobalConf& settings, QWidget* parent)
-    : DismissibleWindow(parent), settings_(settings), optionsTimeout_(new QLineEdit), propfindTimeout_(new QLineEdit),
-      timeout_(new QLineEdit), reconnect_(makeSwitch("RECONNECT")), reconnectInterval_(new QLineEdit),
-      reconnectLimit_(new QLineEdit), syncOnStartUp_(makeSwitch("SYNC_ON_START")),
-      syncOnExit_(makeSwitch("SYNC_ON_EXIT")), hideProgress_(makeSwitch("HIDE_PROGRESS")),
-      autostart_(makeSwitch("AUTOSTART")), problem_(new QLabel)
+    : QDialog(parent), settings_(settings),
+      autostart_(Autostart::userFolder(), toUtf8(QCoreApplication::applicationFilePath()))
 {
-    setWindowTitle(text(table, "GENERAL_TITLE"));
-    auto* network = new QFormLayout;
-    network->addRow(text(table, "OPTIONS_TIMEOUT"), optionsTimeout_);
-    network->addRow(text(table, "PROPFIND_TIMEOUT"), propfindTimeout_);
-    network->addRow(text(table, "TIMEOUT"), timeout_);
-    network->addRow(reconnect_);
-    network->addRow(text(table, "RECONNECT_INTERVAL"), reconnectInterval_);
-    network->addRow(text(table, "RECONNECT_LIMIT"), reconnectLimit_);
-    problem_->setTextFormat(Qt::PlainText);
-    problem_->setWordWrap(true);
-    auto font = problem_->font();
-    font.setBold(true);
-    problem_->setFont(font);
-    auto* buttons = new QDialogButtonBox;
-    auto* save = buttons->addButton(text(table, "SAVE"), QDialogButtonBox::AcceptRole);
-    auto* cancel = buttons->addButton(text("TidemarkResource", "CANCEL"), QDialogButtonBox::RejectRole);
-    connect(save, &QPushButton::clicked, this, [this] {
-        if (this->save()) close();
-    });
-    connect(cancel, &QPushButton::clicked, this, &QWidget::close);
-    connect(reconnect_, &QCheckBox::toggled, this, &GlobalSettingsWindow::showReconnection);
+    setWindowTitle(text(table, "TITLE"));
     auto* layout = new QVBoxLayout(this);
-    for (auto* choice : {autostart_, syncOnStartUp_, syncOnExit_, hideProgress_})
-        layout->addWidget(choice);
-    auto* group = new QGroupBox(text(table, "NETWORK"));
-    group->setLayout(network);
-    layout->addWidget(group);
-    layout->addWidget(problem_);
-    layout->addStretch();
-    layout->addWidget(buttons);
-    setDefaultButton(save);
+    layout->setSizeConstraint(QLayout::SetMinAndMaxSize);
+    addProgram(*layout);
+    addTimeOuts(*layout);
+    addReconnection(*layout);
+    result_ = new FieldNote(nullptr);
+    layout->addWidget(result_);
+    layout->addStretch(1);
+    addButtons(*layout);
     load();
-}
-
-void GlobalSettingsWindow::showReconnection()
-{
-    reconnectInterval_->setEnabled(reconnect_->isChecked());
-    reconnectLimit_->setEnabled(reconnect_->isChecked());
 }
 
 void GlobalSettingsWindow::load()
 {
-    showNumber(*optionsTimeout_, settings_.optionsTimeout());
-    showNumber(*propfindTimeout_, settings_.propfindTimeout());
-    showNumber(*timeout_, settings_.timeout());
-    reconnect_->setChecked(settings_.reconnect());
-    showNumber(*reconnectInterval_, settings_.reconnectInterval());
-    showNumber(*reconnectLimit_, settings_.reconnectLimit());
-    syncOnStartUp_->setChecked(settings_.syncOnStartUp());
-    syncOnExit_->setChecked(settings_.syncOnExit());
-    hideProgress_->setChecked(settings_.hideProgress());
-    autostart_->setChecked(Autostart::isOn());
-    problem_->clear();
-    showReconnection();
+    fill(draftOf(settings_));
+    shown_ = given();
+    shownAutostart_ = autostartSwitch_->isChecked();
+    showFault("");
+    result_->setFault({});
 }
 
+void GlobalSettingsWindow::addProgram(QVBoxLayout& layout)
+{
+    auto* group = addGroup(layout, "PROGRAM");
+    autostartSwitch_ = addSwitch(*group, "AUTOSTART");
+    syncOnStart_ = addSwitch(*group, "SYNC_ON_START");
+    syncOnExit_ = addSwitch(*group, "SYNC_ON_EXIT");
+    hideProgress_ = addSwitch(*group, "HIDE_PROGRESS");
+}
+
+void GlobalSettingsWindow::addTimeOuts(QVBoxLayout& layout)
+{
+    auto* form = addForm(*addGroup(layout, "TIME_OUTS"));
+    optionsTimeOut_ = new QSpinBox;
+    optionsTimeOut_->setRange(1, std::numeric_limits<int>::max());
+    optionsTimeOut_->setButtonSymbols(QAbstractSpinBox::NoButtons);
+    addRow(*form, "OPTIONS_TIME_OUT", optionsTimeOut_, text(table, "SECONDS"));
+    propfindTimeOut_ = addNumber(*form, "PROPFIND_TIME_OUT", "SECONDS");
+    otherTimeOut_ = addNumber(*form, "OTHER_TIME_OUT", "SECONDS");
+}
+
+void GlobalSettingsWindow::addReconnection(QVBoxLayout& layout)
+{
+    auto* group = addGroup(layout, "RECONNECTION");
+    reconnect_ = addSwitch(*group, "RECONNECT");
+    auto* form = addForm(*group);
+    interval_ = addNumber(*form, "RECONNECT_INTERVAL", "SECONDS");
+    limit_ = addNumber(*form, "RECONNECT_LIMIT", nullptr);
+    connect(reconnect_, &QCheckBox::toggled, this, [this](bool on) {
+        for (auto& number : {interval_, limit_}) {
+            number.field->setEnabled(on);
+            number.note->setFault({});
+        }
+    });
+}
+
+void GlobalSettingsWindow::addButtons(QVBoxLayout& layout)
+{
+    auto* save = new QPushButton(text(table, "SAVE"));
+    auto* cancel = new QPushButton(text(table, "CANCEL"));
+    save->setDefault(true);
+    cancel->setAutoDefault(false);
+    auto* row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(save);
+    row->addWidget(cancel);
+    layout.addLayout(row);
+    connect(save, &QPushButton::clicked, this, &GlobalSettingsWindow::accept);
+    connect(cancel, &QPushButton::clicked, this, &GlobalSettingsWindow::reject);
+}
+
+QCheckBox* GlobalSettingsWindow::addSwitch(QVBoxLayout& layout, const char* key)
+{
+    auto* box = new QCheckBox(text(table, key));
+    layout.addWidget(box);
+    return box;
+}
+
+GlobalSettingsWindow::Number GlobalSettingsWindow::addNumber(QFormLayout& layout, const char* key, const char* unitKey)
+{
+    Number number;
+    number.field = new QLineEdit;
+    number.note = new FieldNote(number.field);
+    addRow(layout, key, number.field, unitKey ? text(table, unitKey) : QString());
+    layout.addRow(number.note);
+    connect(number.field, &QLineEdit::textEdited, number.note, [note = number.note] { note->setFault({}); });
+    return number;
+}
+
+void GlobalSettingsWindow::fill(const GlobalSettingsDraft& draft)
+{
+    autostartSwitch_->setChecked(autostart_.isOn());
+    syncOnStart_->setChecked(draft.syncOnStartUp);
+    syncOnExit_->setChecked(draft.syncOnExit);
+    hideProgress_->setChecked(draft.hideProgress);
+    optionsTimeOut_->setValue(static_cast<int>(
+        std::min<qulonglong>(fromUtf8(draft.optionsTimeout).toULongLong(), std::numeric_limits<int>::max())));
+    propfindTimeOut_.field->setText(fromUtf8(draft.typed.propfindTimeout));
+    otherTimeOut_.field->setText(fromUtf8(draft.typed.timeout));
+    interval_.field->setText(fromUtf8(draft.typed.reconnectInterval));
+    limit_.field->setText(fromUtf8(draft.typed.reconnectLimit));
+    reconnect_->setChecked(draft.typed.reconnect);
+    for (auto& number : {interval_, limit_})
+        number.field->setEnabled(draft.typed.reconnect);
+}
+
+GlobalSettingsDraft GlobalSettingsWindow::given() const
+{
+    return {.optionsTimeout = std::to_string(optionsTimeOut_->value()),
+            .typed = {.propfindTimeout = toUtf8(propfindTimeOut_.field->text()),
+                      .timeout = toUtf8(otherTimeOut_.field->text()),
+                      .reconnect = reconnect_->isChecked(),
+                      .reconnectInterval = toUtf8(interval_.field->text()),
+                      .reconnectLimit = toUtf8(limit_.field->text())},
+            .syncOnStartUp = syncOnStart_->isChecked(),
+            .syncOnExit = syncOnExit_->isChecked(),
+            .hideProgress = hideProgress_->isChecked()};
+}
+
+bool GlobalSettingsWindow::hasUnsavedChanges() const
+{
+    return differ(given(), shown_) || autostartSwitch_->isChecked() != shownAutostart_;
+}
+
+void GlobalSettingsWindow::showFault(const std::string& key)
+{
+    const std::pair<const char*, const Number*> numbers[] = {{"CONFIG_TIMEOUT_PROPFIND_ERROR", &propfindTimeOut_},
+                                                             {"CONFIG_TIMEOUT_OTHER_ERROR", &otherTimeOut_},
+                                                             {"CONFIG_RECONNECT_INTERVAL_ERROR", &interval_},
+                                                             {"CONFIG_RECONNECT_LIMIT_ERROR", &limit_}};
+    for (const auto& [numberKey, number] : numbers) {
+        const bool isMeant = key == numberKey;
+        number->note->setFault(isMeant ? text("TidemarkResource", key) : QString());
+        if (!isMeant) continue;
+        number->field->setFocus();
+        number->field->selectAll();
+    }
+}
+
+/// Says what keeps it from being saved, and saves nothing then.
 bool GlobalSettingsWindow::save()
 {
-    const auto typed = [](const QLineEdit& field) { return toUtf8(field.text()); };
-    const auto error =
-        BXSyncGlobalConf::validationError({typed(*propfindTimeout_), typed(*timeout_), reconnect_->isChecked(),
-                                           typed(*reconnectInterval_), typed(*reconnectLimit_)});
-    problem_->setText(error ? text("TidemarkResource", *error) : QString());
-    if (error) return false;
-    settings_.setOptionsTimeout(numberIn(*optionsTimeout_));
-    settings_.setPropfindTimeout(numberIn(*propfindTimeout_));
-    settings_.setTimeout(numberIn(*timeout_));
-    settings_.setReconnect(reconnect_->isChecked());
-    settings_.setReconnectInterval(numberIn(*reconnectInterval_));
-    settings_.setReconnectLimit(numberIn(*reconnectLimit_));
-    settings_.setSyncOnStartUp(syncOnStartUp_->isChecked());
-    settings_.setSyncOnExit(syncOnExit_->isChecked());
-    settings_.setHideProgress(hideProgress_->isChecked());
-    auto written = settings_.synchronize();
-    if (written && Autostart::isOn() != autostart_->isChecked()) written = Autostart::set(autostart_->isChecked());
-    if (!written) problem_->setText(text(table, "NOT_SAVED", {{"error", written.error().description()}}));
-    return written.has_value();
+    auto draft = given();
+    const auto fault = BXSyncGlobalConf::validationError(draft.typed);
+    showFault(fault.value_or(""));
+    if (fault) return false;
+    // What the field cannot show is not to be cut by being shown.
+    if (draft.optionsTimeout == shown_.optionsTimeout) draft.optionsTimeout.clear();
+    const auto stored = store(draft, settings_);
+    const auto started = autostart_.setOn(autostartSwitch_->isChecked());
+    if (!stored) result_->setFault(text(table, "SAVE_FAILED", {{"error", stored.error().description()}}));
+    if (stored && !started)
+        result_->setFault(text(table, "AUTOSTART_FAILED", {{"error", started.error().description()}}));
+    return stored && started;
+}
+
+void GlobalSettingsWindow::accept()
+{
+    if (save()) QDialog::accept();
+}
+
+void GlobalSettingsWindow::reject()
+{
+    if (!hasUnsavedChanges()) return QDialog::reject();
+    switch (askAboutUnsaved(this, text(table, "UNSAVED"))) {
+    case UnsavedAnswer::save:
+        return accept();
+    case UnsavedAnswer::discard:
+        return QDialog::reject();
+    case UnsavedAnswer::keepEditing:
+        return;
+    }
 }
 
 } // namespace tidemark::qt

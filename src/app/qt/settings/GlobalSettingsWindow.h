@@ -1,46 +1,74 @@
 #pragma once
 
-#include "app/qt/DismissibleWindow.h"
+#include <QDialog>
+
+#include "app/Autostart.h"
+#include "app/GlobalSettingsDraft.h"
 
 class QCheckBox;
-class QLabel;
+class QFormLayout;
 class QLineEdit;
-
-namespace tidemark {
-class BXSyncGlobalConf;
-}
+class QSpinBox;
+class QVBoxLayout;
 
 namespace tidemark::qt {
 
-/// The settings that hold for every configuration. Main thread.
-class GlobalSettingsWindow : public DismissibleWindow
+class FieldNote;
+
+/// The settings of all configurations, and whether the program starts with the session. Nothing is saved before all of
+/// it can be; what was typed stays.
+class GlobalSettingsWindow : public QDialog
 {
     Q_OBJECT
 
 public:
-    /// The settings outlive the window.
+    /// `settings` outlives the window.
     explicit GlobalSettingsWindow(BXSyncGlobalConf& settings, QWidget* parent = nullptr);
 
-    /// What is stored.
+    /// Shows what is stored; what was typed is gone.
     void load();
-    /// Saves what was typed; false, with the first rule that it breaks, where it cannot be.
-    bool save();
+    bool hasUnsavedChanges() const;
+
+public slots:
+    /// Saves and closes, or says what is wrong.
+    void accept() override;
+    /// Closes; asks first where changes would be lost.
+    void reject() override;
 
 private:
-    void showReconnection();
+    struct Number
+    {
+        QLineEdit* field = nullptr;
+        FieldNote* note = nullptr;
+    };
+
+    void addProgram(QVBoxLayout& layout);
+    void addTimeOuts(QVBoxLayout& layout);
+    void addReconnection(QVBoxLayout& layout);
+    void addButtons(QVBoxLayout& layout);
+    QCheckBox* addSwitch(QVBoxLayout& layout, const char* key);
+    Number addNumber(QFormLayout& layout, const char* key, const char* unitKey);
+    void fill(const GlobalSettingsDraft& draft);
+    GlobalSettingsDraft given() const;
+    void showFault(const std::string& key);
+    bool save();
 
     BXSyncGlobalConf& settings_;
-    QLineEdit* const optionsTimeout_;
-    QLineEdit* const propfindTimeout_;
-    QLineEdit* const timeout_;
-    QCheckBox* const reconnect_;
-    QLineEdit* const reconnectInterval_;
-    QLineEdit* const reconnectLimit_;
-    QCheckBox* const syncOnStartUp_;
-    QCheckBox* const syncOnExit_;
-    QCheckBox* const hideProgress_;
-    QCheckBox* const autostart_;
-    QLabel* const problem_;
+    Autostart autostart_;
+    /// As the window first showed it.
+    GlobalSettingsDraft shown_;
+    bool shownAutostart_ = false;
+    QCheckBox* autostartSwitch_ = nullptr;
+    QCheckBox* syncOnStart_ = nullptr;
+    QCheckBox* syncOnExit_ = nullptr;
+    QCheckBox* hideProgress_ = nullptr;
+    QSpinBox* optionsTimeOut_ = nullptr;
+    Number propfindTimeOut_;
+    Number otherTimeOut_;
+    QCheckBox* reconnect_ = nullptr;
+    Number interval_;
+    Number limit_;
+    FieldNote* result_ = nullptr;
 };
 
 } // namespace tidemark::qt

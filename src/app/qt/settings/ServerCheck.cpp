@@ -1,12 +1,10 @@
 #include "app/qt/settings/ServerCheck.h"
 
-#include <optional>
-
 #include <QCoreApplication>
 
 #include "SyncLibrary/BXSyncUtils.h"
+#include "app/ConnectionCheck.h"
 #include "app/qt/Texts.h"
-#include "platform/RunLoop.h"
 #include "security/BXSyncCertificateManager.h"
 
 namespace tidemark::qt {
@@ -15,73 +13,59 @@ namespace {
 
 constexpr const char* table = "Settings";
 
-struct Answer
+const char* keyOf(ConnectionVerdict::Kind kind)
 {
-    bool isGood = false;
-    QString text;
-};
-
-const char* keyOf(LoginReason reason)
-{
-    switch (reason) {
-    case LoginReason::serverAuthentication:
+    using Kind = ConnectionVerdict::Kind;
+    switch (kind) {
+    case Kind::usable:
+        return "CHECK_GOOD";
+    case Kind::signIn:
         return "CHECK_SIGN_IN_REFUSED";
-    case LoginReason::proxyAuthentication:
+    case Kind::proxySignIn:
         return "CHECK_PROXY_REFUSED";
-    case LoginReason::untrustedServerCertificate:
+    case Kind::untrustedCertificate:
         return "CHECK_NOT_TRUSTED";
-    case LoginReason::connectionFailed:
+    case Kind::clientCertificate:
+        return "CHECK_CLIENT_CERTIFICATE";
+    case Kind::noConnection:
         return "CHECK_NO_CONNECTION";
+    case Kind::notWebDav:
+    case Kind::folder:
+    case Kind::cancelled:
+        break;
     }
     return "CHECK_NO_SERVER";
 }
 
-/// Why the server did not let us in; nothing when it did.
-std::optional<QString> signInRefusal(BXSyncConf& conf)
+QString answerText(const ConnectionVerdict& verdict)
 {
-    bool ended = false;
-    bool succeeded = false;
-    const char* reasonKey = "CHECK_NO_SERVER";
-    conf.login(
-        [&](BXSyncConf&, LoginReason reason) {
-            reasonKey = keyOf(reason);
-            return false;
-        },
-        [&] { ended = succeeded = true; }, [&](bool) { ended = true; });
-    RunLoop::current()->runUntil([&] { return ended; });
-    return succeeded ? std::nullopt : std::optional(text(table, reasonKey));
-}
-
-Answer check(BXSyncConf& conf)
-{
-    if (auto refusal = signInRefusal(conf)) return {false, std::move(*refusal)};
-    if (const auto refusal = conf.checkFolderURL())
-        return {false, fromUtf8(BXSyncUtils::localizeAndReplacementMessage(*refusal, "TidemarkResource", {}))};
-    const auto& version = conf.marlockVersion();
-    return {true,
-            version.empty() ? text(table, "CHECK_GOOD") : text(table, "CHECK_GOOD_MARLOCK", {{"version", version}})};
+    if (verdict.kind == ConnectionVerdict::Kind::folder)
+        return fromUtf8(BXSyncUtils::localizeAndReplacementMessage(verdict.folderFault, "TidemarkResource", {}));
+    if (!verdict.marlockVersion.empty())
+        return text(table, "CHECK_GOOD_MARLOCK", {{"version", verdict.marlockVersion}});
+    return text(table, keyOf(verdict.kind));
 }
 
 } // namespace
 
 struct ServerCheck::State
 {
-    std::shared_ptr<BXSyncConf> conf = std::make_shared<BXSyncConf>();
+    explicit State(const ConfigurationDraft& draft) : check(draft, BXSyncCertificateManager::getInstance()) {}
+
+    ConnectionCheck check;
     Finished finished; // main thread; empty once called off
 };
 
-ServerCheck::ServerCheck(const ConfigurationDraft& draft, Finished finished) : state_(std::make_shared<State>())
+ServerCheck::ServerCheck(const ConfigurationDraft& draft, Finished finished) : state_(std::make_shared<State>(draft))
 {
-    draft.apply(*state_->conf);
-    if (const auto identity = BXSyncCertificateManager::getInstance().getCert(draft.certificateId))
-        state_->conf->info()->setClientCertificates(identity->front());
     state_->finished = std::move(finished);
     thread_ = std::thread([state = state_] {
-        const auto answer = check(*state->conf);
+        const auto verdict = state->check.run();
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [state, answer] {
-                if (state->finished) state->finished(answer.isGood, answer.text);
+            [state, verdict] {
+                const bool isGood = verdict.kind == ConnectionVerdict::Kind::usable;
+                if (state->finished) state->finished(isGood, answerText(verdict));
             },
             Qt::QueuedConnection);
     });
@@ -90,7 +74,7 @@ ServerCheck::ServerCheck(const ConfigurationDraft& draft, Finished finished) : s
 ServerCheck::~ServerCheck()
 {
     state_->finished = nullptr;
-    state_->conf->cancelRequests();
+    state_->check.cancel();
     thread_.join();
 }
 

@@ -164,7 +164,7 @@ bool SettingsWindow::leaveDraft()
     case Unsaved::apply:
         return apply();
     case Unsaved::discard:
-        setModified(false);
+        load(loaded_);
         return true;
     case Unsaved::keepEditing:
         break;
@@ -190,10 +190,10 @@ bool SettingsWindow::apply()
         say(text(table, "NOT_SAVED", {{"error", saved.error().description()}}));
         return false;
     }
-    setModified(false);
-    formerName_.reset();
+    const auto conf = outside_.store.get(wanted.name, false);
+    formerName_ = wanted.name;
+    load(conf ? ConfigurationDraft::of(*conf) : wanted);
     reload();
-    select(fromUtf8(wanted.name));
     say(text(table, "SAVED"));
     return true;
 }
@@ -213,12 +213,24 @@ void SettingsWindow::reload()
 {
     const auto current =
         formerName_ ? fromUtf8(*formerName_) : (list_->currentItem() ? list_->currentItem()->text() : QString());
+    {
+        const QSignalBlocker quiet(list_);
+        list_->clear();
+        for (const auto& name : outside_.store.configNames())
+            list_->addItem(fromUtf8(name));
+    }
+    showSelected(current);
+    if (isModified_ || !formerName_ || formerName_->empty()) return;
+    if (const auto conf = outside_.store.get(*formerName_, false)) load(ConfigurationDraft::of(*conf));
+}
+
+/// In the list alone.
+void SettingsWindow::showSelected(const QString& name)
+{
     const QSignalBlocker quiet(list_);
-    list_->clear();
-    for (const auto& name : outside_.store.configNames())
-        list_->addItem(fromUtf8(name));
+    list_->setCurrentRow(-1);
     for (int row = 0; row < list_->count(); ++row)
-        if (list_->item(row)->text() == current) list_->setCurrentRow(row);
+        if (list_->item(row)->text() == name) list_->setCurrentRow(row);
 }
 
 void SettingsWindow::select(const QString& name)
@@ -239,13 +251,8 @@ void SettingsWindow::selectionChanged()
     const auto* item = list_->currentItem();
     const auto name = item ? toUtf8(item->text()) : std::string();
     if (formerName_ == name && !name.empty()) return;
-    if (!leaveDraft()) {
-        const QSignalBlocker quiet(list_);
-        list_->setCurrentRow(-1);
-        for (int row = 0; row < list_->count(); ++row)
-            if (list_->item(row)->text() == fromUtf8(*formerName_)) list_->setCurrentRow(row);
-        return;
-    }
+    if (!leaveDraft()) return showSelected(fromUtf8(*formerName_));
+    showSelected(fromUtf8(name));
     const auto conf = name.empty() ? nullptr : outside_.store.get(name, false);
     formerName_ = conf ? std::optional(name) : std::nullopt;
     load(conf ? ConfigurationDraft::of(*conf) : ConfigurationDraft());

@@ -63,6 +63,7 @@ private:
     bool apply();
     void revert();
     void select(const QString& name);
+    void showSelected(const QString& name);
     void selectionChanged();
     void beginNew(ConfigurationDraft draft);
     void duplicate();
