@@ -108,7 +108,8 @@ void TrayApplication::perform(StatusMenuEntry::Action action, const std::string&
     case Action::openVersionWindow:
         return windows_->showVersion();
     case Action::exit:
-        return requestExit();
+        if (windows_->closeSettings()) requestExit();
+        return;
     case Action::none:
         break;
     }
@@ -155,7 +156,8 @@ void TrayApplication::stepToExit()
     if (menu_.syncExecuting() || (lastSyncBegan_ && !mayQuit_)) return;
     exit_.stop();
     served_.end();
-    QApplication::quit();
+    // Not quit(): that asks every window, and the one that stands in for the status item does not close.
+    QApplication::exit();
 }
 
 void TrayApplication::showState()

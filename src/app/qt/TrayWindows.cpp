@@ -106,6 +106,12 @@ void TrayWindows::showGeneralSettings()
     bringToFront(*general_);
 }
 
+bool TrayWindows::closeSettings()
+{
+    const auto isClosed = [](QWidget* window) { return !window || !window->isVisible() || window->close(); };
+    return isClosed(settings_.get()) && isClosed(general_.get());
+}
+
 void TrayWindows::showAssistant()
 {
     if (!assistant_) {

@@ -60,6 +60,8 @@ public:
     void showVersion();
     void showSettings();
     void showGeneralSettings();
+    /// False where a person wants to go on editing.
+    bool closeSettings();
     void showAssistant();
     /// Another program, or a window, has changed the store.
     void configurationsChanged();

@@ -26,7 +26,7 @@ QLabel* makeNote()
 
 DraftPage::DraftPage(QWidget* parent) : QWidget(parent), form_(new QFormLayout(this))
 {
-    form_->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form_->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     form_->setRowWrapPolicy(QFormLayout::WrapLongRows);
 }
 

@@ -92,7 +92,9 @@ QWizardPage* FirstRunAssistant::makeFolderPage()
     problem_ = makeNote();
     auto* form = new QFormLayout(page);
     form->addRow(text(table, "NAME"), name_);
-    form->addRow(text(table, "LOCAL"), row);
+    auto* localLabel = new QLabel(text(table, "LOCAL"));
+    localLabel->setBuddy(local_);
+    form->addRow(localLabel, row);
     form->addRow(text(table, "MODE"), mode_);
     form->addRow(QString(), problem_);
     return page;
