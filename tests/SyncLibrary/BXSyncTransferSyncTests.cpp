@@ -175,6 +175,30 @@ TEST_P(TransferSync, aPartWhoseFileIsGoneIsNobodysFile)
     world.expectSettled();
 }
 
+TEST_P(TransferSync, aPartThatCannotBeMarkedIsNoDeletion)
+{
+    // A folder of a file system that may have no attributes for users.
+    std::string folder = "/dev/shm/tidemark-test-XXXXXX";
+    if (!::mkdtemp(folder.data())) GTEST_SKIP() << "no memory file system";
+    client.conf->setLocalPath(folder);
+    const auto path = folder + "/f.bin";
+    ASSERT_TRUE(fs::replaceFile(path, "old"));
+    ASSERT_TRUE(fs::setModified(path, at(0)));
+    const bool hasAttributes = fs::setExtendedAttribute(path, "tidemark.test", "1").has_value();
+    ASSERT_EQ(client.sync(), Outcome::finished);
+    const auto content = bytes(100'000);
+    world.writeOnServer("f.bin", content, at(100));
+    world.server->addFault({"GET", "*", devserver::fault::CutResponse{40'000}, 1});
+    client.conf->setLocalDelete("delete");
+    EXPECT_EQ(client.sync(), Outcome::someItemsFailed);
+    EXPECT_EQ(fs::exists(path), hasAttributes);
+    world.server->clearRequests();
+    EXPECT_EQ(client.sync(), Outcome::finished);
+    EXPECT_EQ(world.requests("DELETE"), 0U);
+    EXPECT_EQ(fs::readFile(path).value_or(""), content);
+    std::filesystem::remove_all(folder);
+}
+
 TEST_P(TransferSync, anEditBetweenTwoAttemptsOfADownloadStays)
 {
     for (const std::uint64_t cut : {0, 40'000}) {
@@ -409,13 +433,14 @@ TEST(Inflight, suspectsWhatTheRecordCannotClear)
         ASSERT_TRUE(dying.begin("/done"));
         folder.write("done", "new content");
         ASSERT_TRUE(dying.end(true));
-        ASSERT_TRUE(dying.begin("/begun"));
+        ASSERT_TRUE(dying.begin("/begun", "3 1600000000"));
         folder.write("begun", "ne");
     };
     die();
     folder.write("edited", "mine");
     EXPECT_EQ(BXSyncInflight::recover(psi, locate, "start-1").value(), std::vector<std::string>{"/begun"});
     EXPECT_TRUE(BXSyncUtils::isSuspendedFile(folder.path("begun")));
+    EXPECT_EQ(fs::extendedAttribute(folder.path("begun"), BXSyncUtils::partVersionAttribute), "3 1600000000");
     EXPECT_TRUE(BXSyncInflight::recover(psi, locate, "start-1").value().empty());
     // After a loss of power the later lines may be missing.
     folder.make({{"begun", file("old")}, {"done", file("old")}});
