@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "app/ConfigurationInput.h"
 #include "app/cli/CommandContext.h"
 #include "app/cli/Commands.h"
-#include "app/ConfigurationInput.h"
 
 namespace tidemark {
 class BXSyncConf;

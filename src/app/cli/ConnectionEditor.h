@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "app/ConfigurationInput.h"
 #include "app/cli/CommandContext.h"
 #include "app/cli/Commands.h"
-#include "app/ConfigurationInput.h"
 
 namespace tidemark {
 class BXSyncConf;

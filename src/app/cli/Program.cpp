@@ -4,11 +4,11 @@
 
 #include "Logger/BXLogger.h"
 #include "Utils/BXTidemarkUtils.h"
+#include "app/ConfigurationInput.h"
 #include "app/cli/Cancellation.h"
 #include "app/cli/CheckCommand.h"
 #include "app/cli/CommandLine.h"
 #include "app/cli/ConfigCommands.h"
-#include "app/ConfigurationInput.h"
 #include "app/cli/Console.h"
 #include "app/cli/IdentityCommands.h"
 #include "app/cli/MaintenanceCommand.h"

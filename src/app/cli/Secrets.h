@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/cli/Commands.h"
 #include "app/ConfigurationInput.h"
+#include "app/cli/Commands.h"
 
 namespace tidemark::cli {
 
