@@ -234,6 +234,36 @@ TEST_F(ASHttpConnectionTest, AnUploadTimesOutOnlyWhenItStandsStill)
     expectConnectionError(*command, ASHttpConnection::timedOut);
 }
 
+TEST_F(ASHttpConnectionTest, AnUploadThatMovesASecondTimeDoesNotTimeOut)
+{
+    serve([](const RawServer::Request& request) {
+        const bool isFirst = request.requestLine().find("/first") != std::string::npos;
+        return RawServer::Answer{isFirst ? httpAnswer(307, "", "Location: /second\r\n") : httpAnswer(201)};
+    });
+    server_->limitBodyReading();
+    auto command = make<ASWDCmdPut>("/first");
+    command->setRequestBody(std::string(64 << 20, 'u'));
+    ASSERT_TRUE(start(*command));
+    const auto connection = command->connection();
+    const auto sent = [&] { return connection->processedRequestBodyBytes().value_or(0); };
+    server_->permitBodyBytes(60 << 20);
+    loop_->runUntil([&] { return sent() > (56 << 20); });
+    advance(5s);
+    server_->permitBodyBytes(4 << 20);
+    loop_->runUntil([&] { return sent() < (28 << 20); });
+    for (int i = 0; i < 3; ++i) {
+        const auto before = sent();
+        server_->permitBodyBytes(8 << 20);
+        loop_->runUntil([&] { return sent() > before + (4 << 20); });
+        advance(110s);
+        ASSERT_EQ(handled_, 0);
+    }
+    server_->permitBodyBytes(64 << 20);
+    finish();
+    EXPECT_FALSE(command->error());
+    EXPECT_EQ(command->statusCode(), 201);
+}
+
 /// Executes `command` here and cancels it from another thread once `stalled` answers true.
 class ASHttpConnectionCancel : public ASHttpConnectionTest
 {

@@ -188,8 +188,10 @@ void RawServer::serve(int socket, int connection)
 bool RawServer::readBody(int socket, std::string& buffer, std::size_t length)
 {
     while (buffer.size() < length) {
-        const std::size_t wanted = awaitPermit(length - buffer.size());
+        const std::size_t before = buffer.size();
+        const std::size_t wanted = awaitPermit(length - before);
         if (wanted == 0 || !receiveInto(socket, buffer, wanted)) return false;
+        giveBack(wanted - (buffer.size() - before));
     }
     return true;
 }
@@ -202,6 +204,12 @@ std::size_t RawServer::awaitPermit(std::size_t wanted)
     const std::size_t given = std::min({wanted, permitted_, std::size_t(65536)});
     permitted_ -= given;
     return stopping_ ? 0 : given;
+}
+
+void RawServer::giveBack(std::size_t unused)
+{
+    std::lock_guard lock(mutex_);
+    if (limited_) permitted_ += unused;
 }
 
 std::string httpAnswer(int status, const std::string& body, const std::string& fields)

@@ -58,6 +58,7 @@ private:
     bool hangsUpOnBody(int connection) const;
     bool readBody(int socket, std::string& buffer, std::size_t length);
     std::size_t awaitPermit(std::size_t wanted);
+    void giveBack(std::size_t unused);
 
     Handler handler_;
     std::function<void()> onActivity_;
