@@ -142,7 +142,7 @@ QVariant ChangeListModel::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid()) return {};
     if (index.internalId() == groupId) return groupData(index.row(), index.column(), role);
-    return itemData(itemAt(index), index.column(), role);
+    return changeData(itemAt(index), index.column(), role);
 }
 
 QVariant ChangeListModel::groupData(int row, int column, int role) const
@@ -156,7 +156,7 @@ QVariant ChangeListModel::groupData(int row, int column, int role) const
     return {};
 }
 
-QVariant ChangeListModel::itemData(const SyncItem& item, int column, int role) const
+QVariant ChangeListModel::changeData(const SyncItem& item, int column, int role) const
 {
     switch (role) {
     case Qt::DisplayRole:

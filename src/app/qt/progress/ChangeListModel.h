@@ -43,7 +43,7 @@ private:
     const ChangeList::Group& groupAt(int row) const;
     const SyncItem& itemAt(const QModelIndex& index) const;
     QVariant groupData(int row, int column, int role) const;
-    QVariant itemData(const SyncItem& item, int column, int role) const;
+    QVariant changeData(const SyncItem& item, int column, int role) const;
 
     ChangeList list_;
     /// The rows of the first level: indices of groups.
