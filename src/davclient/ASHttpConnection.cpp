@@ -99,7 +99,7 @@ bool ASHttpConnection::openStreamWithRequestBodyStream(std::shared_ptr<InputStre
     processedResponseBodyBytes_ = 0;
     replaceStream(stream);
     if (auto opened = stream->open(streamRequest(std::move(body), length)); !opened)
-        return failToOpen(streamNotOpened, opened.error().description());
+        return failToOpen(streamNotOpened, opened.error());
     isOpen_ = true;
     startInspection();
     return true;
@@ -130,9 +130,17 @@ HttpStreamRequest ASHttpConnection::streamRequest(std::shared_ptr<InputStream> b
     return request;
 }
 
+bool ASHttpConnection::failToOpen(ErrorCode code, const Error& reason)
+{
+    if (reason.domain == "POSIX")
+        BXLogger::getLogger()->debug("open stream error {} (posix)", reason.code);
+    else
+        BXLogger::getLogger()->debug("open stream error {}: {}", static_cast<int>(code), reason.description());
+    return failToOpen(code, reason.description());
+}
+
 bool ASHttpConnection::failToOpen(ErrorCode code, const std::string& text)
 {
-    BXLogger::getLogger()->debug("open stream error {}: {}", static_cast<std::int64_t>(code), text);
     error_ = connectionError(code, text);
     replaceStream(nullptr);
     if (delegate_) delegate_->connectionDidFailToEstablish(*this);
@@ -205,20 +213,38 @@ bool ASHttpConnection::streamDidReceiveBytes(std::span<const std::byte> bytes)
 
 void ASHttpConnection::streamDidEnd()
 {
-    const auto self = weak_from_this().lock();
-    try {
-        handleEnd();
-    } catch (const std::exception& exception) {
-        BXLogger::globalErrorException(exception);
-        handleError();
-    }
+    handle([this] { handleEnd(); });
 }
 
 void ASHttpConnection::streamDidFail(const HttpStreamError& error)
 {
+    handle([&] {
+        streamError_ = error;
+        handleError();
+    });
+}
+
+/// An exception from what an event sets off ends the exchange as an error.
+void ASHttpConnection::handle(const std::function<void()>& event)
+{
     const auto self = weak_from_this().lock();
-    streamError_ = error;
-    handleError();
+    if (!attempt(event)) attempt([this] { handleError(); });
+}
+
+bool ASHttpConnection::attempt(const std::function<void()>& step)
+{
+    std::string reason = "An exception ended the exchange.";
+    try {
+        step();
+        return true;
+    } catch (const std::exception& exception) {
+        BXLogger::globalErrorException(exception);
+        reason = exception.what();
+    } catch (...) {
+        BXLogger::globalError(reason);
+    }
+    streamError_ = HttpStreamError{HttpStreamFailure::other, 0, std::move(reason)};
+    return false;
 }
 
 void ASHttpConnection::startInspection()
@@ -227,7 +253,7 @@ void ASHttpConnection::startInspection()
     lastActivity_ = loop_->clock().steadyNow();
     if (timeoutInspectTimer_) return;
     timeoutInspectTimer_ = loop_->addTimer(inspectionInterval, true, [weak = weak_from_this()] {
-        if (const auto self = weak.lock()) self->onInspectTimeout();
+        if (const auto self = weak.lock()) self->handle([&] { self->onInspectTimeout(); });
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -122,7 +123,11 @@ private:
 
     void addLearntCredentials();
     HttpStreamRequest streamRequest(std::shared_ptr<InputStream> body, std::uint64_t length) const;
+    bool failToOpen(ErrorCode code, const Error& reason);
     bool failToOpen(ErrorCode code, const std::string& text);
+    void handle(const std::function<void()>& event);
+    /// False where `step` threw; the reason is the stream's error then.
+    bool attempt(const std::function<void()>& step);
     void startInspection();
     void stopInspection();
     void onInspectTimeout();

@@ -37,9 +37,16 @@ bool ASWDCmd::isRunning() const
     return running_;
 }
 
+bool ASWDCmd::executedHandler() const
+{
+    std::lock_guard lock(mutex_);
+    return executedHandler_;
+}
+
 void ASWDCmd::setCompleteEventHandler(CompleteEventHandler handler)
 {
     completeEventHandler_ = std::move(handler);
+    std::lock_guard lock(mutex_);
     executedHandler_ = false;
 }
 
@@ -57,8 +64,10 @@ bool ASWDCmd::execute()
     starting_ = true;
     const bool started = makeRequest() && connect();
     starting_ = false;
-    if (!started) endRunning();
-    return started;
+    if (started) return true;
+    std::lock_guard lock(mutex_);
+    running_ = false;
+    return false;
 }
 
 /// False when the command was cancelled before.
@@ -82,8 +91,10 @@ bool ASWDCmd::begin(std::shared_ptr<ASHttpConnection> connection)
 bool ASWDCmd::cancel()
 {
     std::unique_lock lock(mutex_);
-    if (execution_ == 0) cancelledBefore_ = true;
-    if (!running_) return true;
+    if (!running_) {
+        cancelledBefore_ = cancelledBefore_ || !executedHandler_;
+        return true;
+    }
     const auto loop = loop_;
     const auto execution = execution_;
     lock.unlock();
@@ -109,12 +120,6 @@ void ASWDCmd::cancelHere(std::uint64_t execution)
     if (refusal_.empty()) refuseResponse("The command was cancelled.");
     current->closeStream(true);
     interruptedConnection(*current);
-}
-
-bool ASWDCmd::endRunning()
-{
-    std::lock_guard lock(mutex_);
-    return std::exchange(running_, false);
 }
 
 const HttpResponseHead* ASWDCmd::responseHeader() const
@@ -159,7 +164,7 @@ void ASWDCmd::didReceiveAuthenticationChallenge(ASHttpConnection& connection,
     }
     if (connect()) return;
     // A failure may have been told already, and the command executed anew.
-    if (executedHandler_ || connection_.get() != &connection) return;
+    if (executedHandler() || connection_.get() != &connection) return;
     setError(requestFailed, "The request cannot be sent again with credentials.");
     fireError();
 }
@@ -216,8 +221,11 @@ void ASWDCmd::fireCompleted()
     // What fails while execute() is still under way is execute()'s answer.
     if (starting_) return;
     const auto self = weak_from_this().lock();
-    endRunning();
-    if (std::exchange(executedHandler_, true)) return;
+    {
+        std::lock_guard lock(mutex_);
+        running_ = false;
+        if (std::exchange(executedHandler_, true)) return;
+    }
     if (const auto handler = std::exchange(completeEventHandler_, nullptr)) handler();
 }
 

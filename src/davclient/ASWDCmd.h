@@ -44,7 +44,7 @@ public:
 
     /// Re-arms the command, so that it can be executed again.
     void setCompleteEventHandler(CompleteEventHandler handler);
-    bool executedHandler() const { return executedHandler_; }
+    bool executedHandler() const;
     /// Executed, and the handler has not run.
     bool isRunning() const;
 
@@ -59,8 +59,8 @@ public:
     virtual bool execute();
 
     /// Ends what is under way, whatever it waits for: the handler runs with an error. On another thread than the
-    /// executing one that is posted to the executing thread's RunLoop. Before execute() it makes the next execute()
-    /// answer false. Always true. Any thread.
+    /// executing one that is posted to the executing thread's RunLoop. Before execute(), the first or one for which
+    /// the command has been armed again, it makes that execute() answer false. Always true. Any thread.
     bool cancel();
 
     /// Null until a response has come.
@@ -94,12 +94,11 @@ protected:
 
 private:
     bool begin(std::shared_ptr<ASHttpConnection> connection);
-    bool endRunning();
     void cancelHere(std::uint64_t execution);
 
     const Url remoteURL_;
     const std::shared_ptr<ASHttpConnectInfo> connectInfo_;
-    mutable std::mutex mutex_; // guards the pointer connection_ and all to running_
+    mutable std::mutex mutex_; // guards the pointer connection_ and all to executedHandler_
     std::shared_ptr<ASHttpConnection> connection_;
     std::shared_ptr<RunLoop> loop_;
     /// Counts executions, so that a cancel posted for one does not hit the next.
@@ -107,8 +106,9 @@ private:
     bool cancelledBefore_ = false;
     /// Executed, and the handler has not run.
     bool running_ = false;
-    bool starting_ = false;
+    /// Neither new nor armed again: a cancel has nothing to end.
     bool executedHandler_ = false;
+    bool starting_ = false;
     std::string refusal_;
     std::atomic<std::int64_t> sentBytes_ = 0;
     CompleteEventHandler completeEventHandler_;

@@ -34,8 +34,11 @@ public:
     {
         auto file = openRegularFile(path_, O_RDONLY);
         status_ = file ? StreamStatus::open : StreamStatus::error;
-        if (file) file_ = std::move(*file);
-        return file.has_value();
+        if (file)
+            file_ = std::move(*file);
+        else
+            error_ = std::move(file.error());
+        return status_ == StreamStatus::open;
     }
 
     std::int64_t read(std::span<std::byte> buffer) override
@@ -53,6 +56,7 @@ public:
 
     bool hasBytesAvailable() override { return status_ == StreamStatus::open; }
     StreamStatus streamStatus() const override { return status_; }
+    const Error* streamError() const override { return error_ ? &*error_ : nullptr; }
 
     void close() override
     {
@@ -71,6 +75,7 @@ private:
     std::string path_;
     FileDescriptor file_;
     StreamStatus status_ = StreamStatus::notOpen;
+    std::optional<Error> error_;
 };
 
 class FileOutputStream : public OutputStream

@@ -101,7 +101,10 @@ Status HttpStream::Exchange::open(HttpStreamRequest request)
 {
     if (auto usable = checkRequest(request); !usable) return usable;
     const bool opensBody = request.body && request.body->streamStatus() == StreamStatus::notOpen;
-    if (opensBody && !request.body->open()) return failure("HttpStream", 0, "The request body cannot be opened.");
+    if (opensBody && !request.body->open()) {
+        const Error* reason = request.body->streamError();
+        return reason ? failure(*reason) : failure("HttpStream", 0, "The request body cannot be opened.");
+    }
     request_ = std::move(request);
     sessionKey_ = sessionKey(request_);
     loop_ = RunLoop::current();

@@ -30,6 +30,8 @@ public:
     virtual bool hasBytesAvailable() = 0;
     virtual StreamStatus streamStatus() const = 0;
     virtual void close() = 0;
+    /// Why open() failed, where that is known.
+    virtual const Error* streamError() const { return nullptr; }
     /// Starts over from the first byte, for a body that has to be sent again; false where that is not possible.
     virtual bool rewind() = 0;
 };

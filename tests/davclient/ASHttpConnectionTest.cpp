@@ -8,6 +8,7 @@
 #include "davclient/ASWDCmdPropBase.h"
 #include "davclient/ASWDCmdSimple.h"
 #include "davclient/ASWDCmdUpload.h"
+#include "support/LogCapture.h"
 
 namespace tidemark {
 namespace {
@@ -45,6 +46,20 @@ TEST_F(ASHttpConnectionTest, KeepsItsFirstRequest)
     EXPECT_EQ(connection->error()->code, ASHttpConnection::requestNotCreated);
     EXPECT_FALSE(connection->setAuthenticationUsername("u", "p", HttpAuthenticationScheme::basic, false));
     EXPECT_EQ(connection->error()->code, ASHttpConnection::credentialsNotApplied);
+}
+
+TEST_F(ASHttpConnectionTest, ABodyThatCannotBeOpenedIsLoggedByTheSystemsNumber)
+{
+    serve(httpAnswer(201));
+    const test::LogCapture log;
+    const unsigned levels = LogFacade::levels();
+    LogFacade::setLevels(levels | static_cast<unsigned>(LogLevel::debug));
+    const auto connection = std::make_shared<ASHttpConnection>();
+    connection->makeRequestWithURL(url(), "PUT");
+    EXPECT_FALSE(connection->openStreamWithRequestBodyStream(makeFileInputStream(path("missing")), 3));
+    LogFacade::setLevels(levels);
+    EXPECT_EQ(connection->error()->code, ASHttpConnection::streamNotOpened);
+    EXPECT_EQ(log.count(LogLevel::debug, "open stream error " + std::to_string(ENOENT) + " (posix)"), 1);
 }
 
 TEST_F(ASHttpConnectionTest, FaultsOfFramingAreErrors)
@@ -337,6 +352,14 @@ TEST_F(ASHttpConnectionCancel, BeforeAndAfterAnExecution)
     early->cancel();
     EXPECT_EQ(handled_, 1);
     EXPECT_FALSE(early->error());
+    run(*early);
+    EXPECT_FALSE(early->error());
+
+    early->setCompleteEventHandler([this] { ++handled_; });
+    std::thread([&] { early->cancel(); }).join();
+    EXPECT_FALSE(early->execute()) << "armed again and cancelled before it was sent";
+    EXPECT_EQ(handled_, 1);
+    EXPECT_TRUE(early->error());
     run(*early);
     EXPECT_FALSE(early->error());
 }

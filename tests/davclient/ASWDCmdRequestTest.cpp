@@ -69,6 +69,21 @@ TEST_F(ASWDCmdRequest, GetStream)
     expectRequest(*make<ASWDCmdGetStream>(), "GET", agent);
 }
 
+TEST_F(ASWDCmdRequest, Get)
+{
+    auto command = make<ASWDCmdGet>();
+    command->setLocalFile(path("f"));
+    expectRequest(*command, "GET", agent);
+}
+TEST_F(ASWDCmdRequest, GetOfTheRest)
+{
+    writeFile("f", "01234");
+    auto command = make<ASWDCmdGet>();
+    command->setLocalFile(path("f"));
+    command->setSentBytes(5);
+    expectRequest(*command, "GET", "Range: bytes 5-\r\n" + std::string(agent));
+}
+
 TEST_F(ASWDCmdRequest, ExtraHeadersAndCookiesGoAlong)
 {
     HttpHeader response;

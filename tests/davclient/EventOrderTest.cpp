@@ -1,5 +1,8 @@
 #include <array>
 #include <random>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
 
 #include "WireFixture.h"
 #include "davclient/ASWDCmdGet.h"
@@ -13,8 +16,8 @@ namespace {
 class FakeStream : public HttpStream
 {
 public:
-    FakeStream(HttpStreamClient& client, FakeStream*& registered)
-        : HttpStream(nullptr, client), client_(client), registered_(registered)
+    FakeStream(HttpStreamClient& client, FakeStream*& registered, bool opens)
+        : HttpStream(nullptr, client), client_(client), registered_(registered), opens_(opens)
     {
         registered_ = this;
     }
@@ -25,8 +28,8 @@ public:
 
     Status open(HttpStreamRequest) override
     {
-        open_ = true;
-        return {};
+        open_ = opens_;
+        return opens_ ? Status() : failure("HttpStream", 0, "It does not open.");
     }
     void close() override { open_ = false; }
     bool isOpen() const override { return open_; }
@@ -38,6 +41,7 @@ public:
 private:
     HttpStreamClient& client_;
     FakeStream*& registered_;
+    const bool opens_;
     bool open_ = false;
 };
 
@@ -50,8 +54,9 @@ protected:
         WireFixture::SetUp();
         serve("");
         info_->setIsUseAuthorization(true);
-        info_->setStreamMaker(
-            [this](const auto&, HttpStreamClient& client) { return std::make_unique<FakeStream>(client, stream_); });
+        info_->setStreamMaker([this](const auto&, HttpStreamClient& client) {
+            return std::make_unique<FakeStream>(client, stream_, streamsOpen_);
+        });
     }
 
     HttpResponseHead randomHead()
@@ -110,6 +115,7 @@ protected:
     std::size_t pick(std::size_t below) { return random_() % below; }
 
     FakeStream* stream_ = nullptr;
+    bool streamsOpen_ = true;
     std::mt19937 random_{20240229};
 };
 
@@ -153,6 +159,99 @@ TEST_F(EventOrder, AHandlerMayExecuteTheCommandAgainOrDropIt)
     EXPECT_EQ(runs, 2);
     EXPECT_FALSE(command);
     EXPECT_FALSE(stream_);
+}
+
+TEST_F(EventOrder, ARequestThatCannotBeSentAgainFailsOnce)
+{
+    for (const int status : {401, 416})
+        for (const bool executesAgain : {false, true}) {
+            SCOPED_TRACE(status);
+            auto command = make<ASWDCmdGet>();
+            command->setLocalFile(path("f"));
+            writeFile("f", "01234");
+            command->setSentBytes(5);
+            int runs = 0;
+            command->setCompleteEventHandler([&] {
+                ++runs;
+                streamsOpen_ = true;
+                if (!executesAgain) return command.reset();
+                EXPECT_EQ(command->error()->description(), "It does not open.");
+                command->setCompleteEventHandler([&] { ++runs; });
+                EXPECT_TRUE(command->execute());
+            });
+            ASSERT_TRUE(command->execute());
+            HttpResponseHead head;
+            head.statusCode = status;
+            head.header.add("WWW-Authenticate", "Basic realm=r");
+            stream_->client().streamDidReceiveHead(head);
+            streamsOpen_ = false;
+            stream_->end();
+            stream_->client().streamDidEnd();
+            EXPECT_EQ(runs, 1);
+            EXPECT_EQ(command != nullptr, executesAgain);
+            EXPECT_TRUE(!command || command->isRunning()) << "the new execution is untouched";
+        }
+}
+
+/// Throws in whatever the connection tells it, once or always.
+class Thrower : public ASWDCmdPropFind
+{
+public:
+    using ASWDCmdPropFind::ASWDCmdPropFind;
+
+    void didReceiveResponse(ASHttpConnection&, const HttpResponseHead&) override { throw std::runtime_error("end"); }
+    void interruptedConnection(ASHttpConnection& connection) override
+    {
+        if (!std::exchange(interrupted_, true) && throwsOnError) throw std::runtime_error("error");
+        ASWDCmdPropFind::interruptedConnection(connection);
+    }
+    std::optional<double> timeout() override
+    {
+        if (throwsOnTimer) throw 1;
+        return 5;
+    }
+
+    bool throwsOnError = false;
+    bool throwsOnTimer = false;
+
+private:
+    bool interrupted_ = false;
+};
+
+TEST_F(EventOrder, AnExceptionEndsTheCommandOnce)
+{
+    const auto failed = [&](const char* reason, const std::function<void(Thrower&)>& event) {
+        auto command = make<Thrower>();
+        ASSERT_TRUE(start(*command));
+        event(*command);
+        EXPECT_EQ(handled_, 1) << reason;
+        ASSERT_TRUE(command->error()) << reason;
+        EXPECT_EQ(command->error()->code, ASWDCmd::requestFailed);
+        EXPECT_THAT(command->error()->description(), ::testing::HasSubstr(reason));
+        EXPECT_FALSE(command->connection()->isOpen());
+        EXPECT_TRUE(!stream_ || !stream_->isOpen());
+    };
+    failed("end", [&](Thrower&) {
+        HttpResponseHead head;
+        head.statusCode = 207;
+        head.header.add("DAV", "1");
+        stream_->client().streamDidReceiveHead(head);
+        stream_->end();
+        stream_->client().streamDidEnd();
+    });
+    failed("reset", [&](Thrower& command) {
+        command.throwsOnError = true;
+        stream_->end();
+        stream_->client().streamDidFail({HttpStreamFailure::other, 0, "reset by the other side"});
+    });
+    failed("exception", [&](Thrower& command) {
+        command.throwsOnTimer = true;
+        advance(std::chrono::seconds(5));
+    });
+    failed("no activity", [&](Thrower& command) {
+        command.throwsOnError = true;
+        advance(std::chrono::seconds(5));
+    });
 }
 
 TEST_F(EventOrder, TlsOutcomesReachTheCommand)
