@@ -8,6 +8,7 @@
 #include "tests/app/CommandWorld.h"
 #include "tests/app/ProgramRun.h"
 #include "tests/support/Certificates.h"
+#include "tests/support/RawServer.h"
 
 namespace tidemark::cli {
 namespace {
@@ -76,6 +77,12 @@ struct ProgramTest : ::testing::Test
         for (const auto& found : whole["items"])
             if (found["path"] == path) return found;
         return nullptr;
+    }
+    /// Everything in the files below `name`.
+    void readAll(const std::string& name)
+    {
+        for (const auto& entry : stdfs::recursive_directory_iterator(folder.path(name)))
+            if (entry.is_regular_file()) everything += contentOf(entry.path());
     }
     /// A file whose time lies far enough from the one before to be a change.
     void change(const std::string& name, const std::string& text, int minutes)
@@ -301,14 +308,50 @@ TEST_F(ProgramTest, SecretsAreNowhereToBeSeen)
     tidemark({"config", "show", "work", "--json"});
     tidemark({"config", "set", "work", "--password-stdin", "--verbose"}, "wrong-word\n");
     tidemark({"sync", "--verbose"});
-    for (const auto& entry : stdfs::recursive_directory_iterator(folder.path("logs")))
-        everything += contentOf(entry.path());
-    for (const auto& entry : stdfs::recursive_directory_iterator(folder.path("config")))
-        everything += contentOf(entry.path());
+    readAll("logs");
+    readAll("config");
     // The header's form of the password, too.
     for (const char* secret : {password, "wrong-word", "a2ltOm9wZW4tc2VzYW1l", "a2ltOndyb25nLXdvcmQ="})
         EXPECT_THAT(everything, Not(HasSubstr(secret)));
     EXPECT_THAT(everything, HasSubstr("a.txt"));
+}
+
+TEST_F(ProgramTest, SecretsOfAProxyAServerAndAnIdentityAreNowhereToBeSeen)
+{
+    using tidemark::testing::RawServer;
+    RawServer proxy([](const RawServer::Request&) {
+        const auto answer = tidemark::testing::httpAnswer(407, "", "Proxy-Authenticate: Basic realm=\"p\"\r\n");
+        return RawServer::Answer{answer};
+    });
+    createConfiguration("work", {"--log-dir", folder.makeFolder("logs")});
+    server.addFault({.effect = devserver::fault::Header{"Set-Cookie", "ticket=cookie-value"}, .count = -1});
+    EXPECT_EQ(tidemark({"sync", "--verbose"}), 0) << messages;
+    EXPECT_THAT(server.requests().back().header("Cookie").value_or(""), HasSubstr("cookie-value"));
+
+    const std::string address = "127.0.0.1:" + std::to_string(proxy.port());
+    EXPECT_EQ(tidemark({"config", "set", "work", "--verbose", "--proxy", address, "--proxy-user", "anna",
+                        "--proxy-password-stdin"},
+                       "proxy-word\n"),
+              0);
+    EXPECT_EQ(tidemark({"sync", "--verbose"}), 4);
+    const std::string signIn = "YW5uYTpwcm94eS13b3Jk";
+    EXPECT_EQ(proxy.requests().back().field("Proxy-Authorization"), "Basic " + signIn);
+    EXPECT_EQ(tidemark({"config", "set", "work", "--proxy", "anna:proxy-word@127.0.0.1:80"}), 2);
+
+    tidemark::testing::Certificates certificates;
+    const auto person = certificates.client();
+    tidemark::testing::requireCommand({"openssl", "pkcs12", "-export", "-inkey", person.key, "-in", person.certificate,
+                                       "-passout", "pass:file-word", "-out", folder.path("person.p12")});
+    for (const auto* phrase : {"wrong-file-word\n", "file-word\n"})
+        EXPECT_EQ(tidemark({"identity", "import", folder.path("person.p12"), "--verbose"}, phrase),
+                  *phrase == 'w' ? 2 : 0)
+            << messages;
+    tidemark({"identity", "list"});
+    tidemark({"config", "show", "work"});
+    readAll("");
+    for (const std::string& secret :
+         {std::string("cookie-value"), std::string("proxy-word"), signIn, std::string("file-word")})
+        EXPECT_THAT(everything, Not(HasSubstr(secret)));
 }
 
 TEST_F(ProgramTest, OnATerminalThePasswordIsAskedForWithoutEcho)

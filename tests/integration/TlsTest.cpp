@@ -8,6 +8,7 @@
 #include "davclient/ASWDCmdPropBase.h"
 #include "davclient/ASWDCmdSimple.h"
 #include "davclient/ASWDCmdUpload.h"
+#include "support/RawServer.h"
 
 namespace tidemark::testing {
 
@@ -78,6 +79,26 @@ TEST_P(Tls, AClientCertificateIsAskedFor)
     const std::vector<ApacheRequest> requests = server.requests();
     ASSERT_EQ(countStatus(requests, 200), 1U);
     EXPECT_EQ(requests.front().clientCertificate, "client");
+}
+
+TEST_P(Tls, ARedirectionElsewhereIsNoReasonToShowAnIdentity)
+{
+    RawServer elsewhere([](const RawServer::Request&) { return RawServer::Answer{httpAnswer(200)}; });
+    const std::string port = std::to_string(elsewhere.port());
+    const ApacheServer server({.tls = ApacheTls{certificates_.valid(), GetParam(), certificates_.authority()},
+                               .directives = "Redirect 302 /port https://127.0.0.1:" + port +
+                                             "/x\nRedirect 307 /scheme http://127.0.0.1:" + port + "/x"});
+    const auto info = connectInfoFor(server);
+    info->setExtraTrustFile(certificates_.authority());
+    info->setClientCertificates(identityOf(certificates_.client()));
+    EXPECT_EQ(outcomeOf(*send<ASWDCmdOptions>(server.url("/port"), info)), "302");
+    auto put = std::make_shared<ASWDCmdPut>(urlOf(server.url("/scheme")), info);
+    put->setRequestBody("text");
+    EXPECT_EQ(outcomeOf(*carryOut(put)), "307");
+
+    // Connections are accepted in their order: whoever came before would be the first.
+    EXPECT_EQ(outcomeOf(*send<ASWDCmdOptions>(elsewhere.url(), std::make_shared<ASHttpConnectInfo>())), "200");
+    EXPECT_EQ(elsewhere.requests().at(0).connection, 0);
 }
 
 TEST_P(Tls, AnUploadTellsAMissingClientCertificateToo)
