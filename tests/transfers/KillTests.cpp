@@ -75,38 +75,42 @@ private:
 constexpr const char* smallFiles[] = {"a.txt", "b.txt", "d/c.txt", "d/d.txt", "e/f/g.txt", "h.txt"};
 constexpr const char* bigFiles[] = {"big.bin", "d/huge.bin"};
 
+/// What is to happen to files that both sides changed, and to those that one side deleted.
+struct Policies
+{
+    bool localWins;
+    bool deletes;
+};
+
+constexpr Policies policySets[] = {{true, true}, {false, false}, {true, false}, {false, true}};
+
 class Kills : public ::testing::TestWithParam<Kind>
 {
 protected:
     Kills() : world(GetParam()), random(20'261'122)
     {
-        create("--on-conflict", "upload");
+        create();
         for (const auto* path : smallFiles)
             change(path, true);
         for (const auto* path : bigFiles)
             change(path, false);
     }
 
-    void create(const std::string& policy, const std::string& value)
+    void create()
     {
-        std::vector<std::string> arguments{TIDEMARK_PROGRAM,
-                                           "config",
-                                           "create",
-                                           "work",
-                                           "--url",
-                                           world.server->url("sync"),
-                                           "--local",
-                                           world.client.local.root(),
-                                           "--config-dir",
-                                           config(),
-                                           "--on-server-delete",
-                                           "delete",
-                                           "--on-local-delete",
-                                           "delete",
-                                           policy,
-                                           value};
+        std::vector<std::string> arguments{
+            TIDEMARK_PROGRAM,          "config",       "create", "work", "--url", world.server->url("sync"), "--local",
+            world.client.local.root(), "--config-dir", config()};
         if (!world.key().empty()) arguments.push_back("--key-stdin");
         testing::requireCommand(arguments, world.key() + "\n");
+    }
+    void setPolicies(const Policies& wanted)
+    {
+        policies = wanted;
+        testing::requireCommand({TIDEMARK_PROGRAM, "config", "set", "work", "--config-dir", config(), "--on-conflict",
+                                 wanted.localWins ? "upload" : "download", "--on-server-delete",
+                                 wanted.deletes ? "delete" : "upload", "--on-local-delete",
+                                 wanted.deletes ? "delete" : "download"});
     }
     std::string config() const { return state.path("config"); }
     std::size_t below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random); }
@@ -133,10 +137,17 @@ protected:
             world.client.local.remove(path);
         else
             world.remote.remove("sync/" + path);
+        if (!policies.deletes) return;
         expectedHere.erase(path);
         expectedThere.erase(path);
     }
-    /// A file is touched by one side only, so that exactly one result is right.
+    /// The side that wins comes last: its content is what is expected.
+    void changeOnBothSides(const std::string& path)
+    {
+        change(path, !policies.localWins);
+        change(path, policies.localWins);
+    }
+    /// Whatever happens to a file, the policies leave exactly one result that is right.
     void changeSome()
     {
         for (const auto* path : smallFiles) {
@@ -145,6 +156,8 @@ protected:
                 change(path, dice % 2 == 0);
             else if (dice == 4 && expectedHere.contains(path))
                 remove(path, below(2) == 0);
+            else if (dice == 5)
+                changeOnBothSides(path);
         }
         for (const auto* path : bigFiles)
             if (below(3) != 0) change(path, below(2) == 0);
@@ -220,6 +233,7 @@ protected:
     std::mt19937 random;
     std::size_t version = 0;
     std::size_t killed = 0;
+    Policies policies = policySets[0];
     std::map<std::string, std::string> expectedHere;
     std::map<std::string, std::string> expectedThere;
     /// What each path has ever held, as servers hold it.
@@ -235,6 +249,7 @@ TEST_P(Kills, leaveNothingThatTheNextRunDoesNotPutRight)
     expectConvergence();
     for (std::size_t round = 0; killed < wanted && round < 3 * wanted && !HasFailure(); ++round) {
         SCOPED_TRACE(round);
+        setPolicies(policySets[round % std::size(policySets)]);
         changeSome();
         runAndKill();
         expectNoHalfFileOnTheServer();
