@@ -1,9 +1,5 @@
 // Transfers that break, resume, or meet a folder that changes under them.
 
-#include <sys/resource.h>
-
-#include <csignal>
-
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -11,6 +7,7 @@
 #include "SyncLibrary/BXSyncInflight.h"
 #include "SyncLibrary/BXSyncTransfer.h"
 #include "SyncLibrary/BXSyncUtils.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/SyncWorld.h"
 
 namespace tidemark::test {
@@ -301,30 +298,6 @@ TEST_P(TransferSync, anInterruptedDownloadOfAProcessThatDiedIsNotUploaded)
     EXPECT_FALSE(fs::exists(BXSyncInflight::pathFor(client.conf->syncinfoPath())));
     world.expectSettled();
 }
-
-/// Files of this process end at a size, as on a full disk.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        handler_ = ::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{bytes, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        ::signal(SIGXFSZ, handler_);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit before_{};
-    void (*handler_)(int) = nullptr;
-};
 
 TEST_P(TransferSync, aFullDiskFailsTheFileWithoutReconnecting)
 {

@@ -1,7 +1,6 @@
 // Transfers that break anywhere: no side ever takes a part for the whole, and the next run puts it right.
 
 #include <spawn.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "SyncLibrary/BXSyncUtils.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Process.h"
 #include "tests/transfers/Material.h"
 
@@ -116,29 +116,6 @@ TEST_P(Cuts, anAnswerThatIsLost)
     client.sync();
     world.expectBoth({{"f.bin", bytes(1000, 2)}});
 }
-
-/// Files of this process end at a size, as on a full disk.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t size) : handler_(::signal(SIGXFSZ, SIG_IGN))
-    {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{size, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        ::signal(SIGXFSZ, handler_);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit before_{};
-    void (*handler_)(int) = nullptr;
-};
 
 TEST_P(Cuts, aFullDisk)
 {
