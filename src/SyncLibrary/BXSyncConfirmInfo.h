@@ -43,6 +43,14 @@ struct BXSyncConfirmInfo
     static constexpr const char* recentPlaceKey = "recent_place";
     static constexpr const char* serverDateKey = "serverdate";
     static constexpr const char* localDateKey = "localdate";
+    /// What people know both sides of a conflict by: the local path and the URL.
+    static constexpr const char* localNameKey = "localname";
+    static constexpr const char* serverNameKey = "servername";
+    /// Integers, bytes; absent where a side has no file or has not told.
+    static constexpr const char* localSizeKey = "localsize";
+    static constexpr const char* serverSizeKey = "serversize";
+    /// "server" where the file is no longer there: its date is the one that it last had.
+    static constexpr const char* missingPlaceKey = "missing_place";
 
     BXSyncConfirmType type = BXSyncConfirmType::message;
     /// Message key of the body, in the table "TidemarkResource".

@@ -1,7 +1,6 @@
 #include "SyncLibrary/BXSyncConfirmer.h"
 
 #include "SyncLibrary/BXSyncAbort.h"
-#include "SyncLibrary/BXSyncQuestions.h"
 
 namespace tidemark {
 
@@ -25,11 +24,12 @@ BXSyncOperation BXSyncConfirmer::settle(BXSyncDecision decision, BXSyncOperation
     return decision.operation;
 }
 
-BXSyncOperation BXSyncConfirmer::conflictOperation(const BXSyncFileDataInfo& item, const std::string& filename)
+BXSyncOperation BXSyncConfirmer::conflictOperation(const BXSyncFileDataInfo& item, const std::string& filename,
+                                                   const BXSyncQuestions::ConflictSides& sides)
 {
     auto operation = operations_.conflict;
     if (operation == BXSyncOperation::ask)
-        operation = settle(BXSyncPolicy::conflictDecision(ask(BXSyncQuestions::conflict(item, filename))),
+        operation = settle(BXSyncPolicy::conflictDecision(ask(BXSyncQuestions::conflict(item, filename, sides))),
                            operations_.conflict);
     return BXSyncPolicy::resolveRecent(operation, item.fileData.dateLastModified, item.oldDateLastModified);
 }

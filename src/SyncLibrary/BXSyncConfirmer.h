@@ -8,6 +8,7 @@
 #include "SyncLibrary/BXSyncConfirmInfo.h"
 #include "SyncLibrary/BXSyncFileDataInfo.h"
 #include "SyncLibrary/BXSyncPolicy.h"
+#include "SyncLibrary/BXSyncQuestions.h"
 #include "SyncLibrary/BXSyncRunReport.h"
 
 namespace tidemark {
@@ -23,7 +24,8 @@ public:
                     BXSyncCommandRunner& runner, BXSyncRunReport& report, LogFacade& logger);
 
     /// Upload, download, or an operation that leaves the conflict open.
-    BXSyncOperation conflictOperation(const BXSyncFileDataInfo& item, const std::string& filename);
+    BXSyncOperation conflictOperation(const BXSyncFileDataInfo& item, const std::string& filename,
+                                      const BXSyncQuestions::ConflictSides& sides);
     BXSyncOperation localDeleteOperation(const BXSyncFileDataInfo& item, const std::string& filename);
     BXSyncOperation serverDeleteOperation(const BXSyncFileDataInfo& item, const std::string& filename);
 

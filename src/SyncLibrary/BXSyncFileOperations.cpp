@@ -38,7 +38,9 @@ bool BXSyncFileOperations::operate(BXSyncFileDataInfo& record)
 bool BXSyncFileOperations::fileOperateUpdate(const Item& item, BXSyncChange change)
 {
     auto operation = BXSyncOperation::nothing;
-    if (change == BXSyncChange::conflict) operation = run_.confirmer.conflictOperation(item.record, item.name);
+    if (change == BXSyncChange::conflict)
+        operation = run_.confirmer.conflictOperation(item.record, item.name,
+                                                     {item.localText, item.serverText, serverRecord(item.pathname)});
     switch (BXSyncPolicy::stepFor(change, operation)) {
     case BXSyncStep::createServerFolder:
         return createServerFolder(item);

@@ -40,6 +40,18 @@ BXSyncConfirmInfo deletion(const char* message, BXSyncConfirmChoice alternative,
     return info;
 }
 
+void addSides(PropertyList::Dictionary& otherInfo, const BXSyncFileDataInfo& item, const ConflictSides& sides)
+{
+    otherInfo[BXSyncConfirmInfo::localNameKey] = sides.localName;
+    otherInfo[BXSyncConfirmInfo::serverNameKey] = sides.serverName;
+    if (item.size >= 0) otherInfo[BXSyncConfirmInfo::localSizeKey] = item.size;
+    if (!sides.serverItem) return;
+    if (SyncState::kind(sides.serverItem->state) == SyncState::deleted)
+        otherInfo[BXSyncConfirmInfo::missingPlaceKey] = "server";
+    else if (sides.serverItem->size >= 0)
+        otherInfo[BXSyncConfirmInfo::serverSizeKey] = sides.serverItem->size;
+}
+
 BXSyncConfirmInfo notice(const char* message)
 {
     return question(BXSyncConfirmType::message, message, {{"OK", 0}});
@@ -61,7 +73,7 @@ BXSyncConfirmInfo deleteLocally(const BXSyncFileDataInfo& item, const std::strin
     return deletion("DELETE_LOCAL", std::move(alternative), item, filename);
 }
 
-BXSyncConfirmInfo conflict(const BXSyncFileDataInfo& item, const std::string& filename)
+BXSyncConfirmInfo conflict(const BXSyncFileDataInfo& item, const std::string& filename, const ConflictSides& sides)
 {
     const auto local = item.fileData.dateLastModified;
     const auto server = item.oldDateLastModified;
@@ -72,6 +84,7 @@ BXSyncConfirmInfo conflict(const BXSyncFileDataInfo& item, const std::string& fi
     info.otherInfo[BXSyncConfirmInfo::recentPlaceKey] = server > local ? "server" : "local";
     info.otherInfo[BXSyncConfirmInfo::serverDateKey] = dates::fromSeconds(server);
     info.otherInfo[BXSyncConfirmInfo::localDateKey] = dates::fromSeconds(local);
+    addSides(info.otherInfo, item, sides);
     return info;
 }
 

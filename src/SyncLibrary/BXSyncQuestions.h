@@ -14,8 +14,17 @@ namespace tidemark::BXSyncQuestions {
 
 BXSyncConfirmInfo deleteOnServer(const BXSyncFileDataInfo& item, const std::string& filename, SyncMode mode);
 BXSyncConfirmInfo deleteLocally(const BXSyncFileDataInfo& item, const std::string& filename, SyncMode mode);
-/// `item` holds the local date and, as the other side's, the server's.
-BXSyncConfirmInfo conflict(const BXSyncFileDataInfo& item, const std::string& filename);
+/// What a conflict shows of both sides apart from their dates.
+struct ConflictSides
+{
+    /// Local path and URL, for people.
+    std::string localName;
+    std::string serverName;
+    /// As it was listed; null where it was not.
+    const BXSyncFileDataInfo* serverItem = nullptr;
+};
+/// `item` holds the local size and date and, as the other side's, the server's date.
+BXSyncConfirmInfo conflict(const BXSyncFileDataInfo& item, const std::string& filename, const ConflictSides& sides);
 /// Codes of the two questions about a single file.
 inline constexpr std::int64_t skipCode = 0;
 BXSyncConfirmInfo fileFailure(const Error& error, const std::string& filename);

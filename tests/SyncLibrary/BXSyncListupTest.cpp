@@ -126,7 +126,7 @@ TEST(Questions, offerTheirChoicesInOrder)
         {deleteOnServer(item, "f", SyncMode::uploadOnly), 0, "DELETE_SERVER", "CANCEL3 DO_NOTHING2 DELETE1 ", true},
         {deleteLocally(item, "f", SyncMode::twoWay), 0, "DELETE_LOCAL", "CANCEL3 UPLOAD0 DELETE1 ", true},
         {deleteLocally(item, "f", SyncMode::downloadOnly), 0, "DELETE_LOCAL", "CANCEL3 DO_NOTHING2 DELETE1 ", true},
-        {conflict(item, "f"), 1, "FILE_CONFILCT", "RECENT_FILE0 UPLOAD1 DOWNLOAD2 CANCEL3 ", true},
+        {conflict(item, "f", {}), 1, "FILE_CONFILCT", "RECENT_FILE0 UPLOAD1 DOWNLOAD2 CANCEL3 ", true},
         {fileFailure(error, "f"), 2, "SYNCFILE_FAILURE", "CANCEL1 SKIP0 ", false},
         {unusableName("/x/aux"), 2, "UPLOAD_UNUSABLE_NAME", "CANCEL1 SKIP0 ", false},
         {reconnect(7), 3, "RECONNECT_MESSAGE", "RECONNECT_NOW0 CANCEL1 ", false},
@@ -141,7 +141,7 @@ TEST(Questions, offerTheirChoicesInOrder)
         EXPECT_EQ(row.info.askPersistence, row.askPersistence) << row.message;
         EXPECT_NE(BXSyncUtils::localizeAndReplacementMessage(row.message, "TidemarkResource", {}), "") << row.message;
     }
-    EXPECT_EQ(conflict(item, "f").otherInfo.at("recent_place").stringValue(), "server");
+    EXPECT_EQ(conflict(item, "f", {}).otherInfo.at("recent_place").stringValue(), "server");
     const auto type = [](const BXSyncFileDataInfo& of) {
         return deleteLocally(of, "f", SyncMode::twoWay).replaceStrings.at("type");
     };

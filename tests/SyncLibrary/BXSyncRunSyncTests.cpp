@@ -131,7 +131,29 @@ TEST_P(RunSync, anAnswerThatStandsIsAskedOnce)
     EXPECT_EQ(client.delegate.keys(), (std::vector<std::string>{"FILE_CONFILCT", "DELETE_SERVER"}));
     EXPECT_EQ(client.delegate.asked[0].otherInfo.at("recent_place").stringValue(), "server");
     EXPECT_EQ(client.delegate.asked[0].replaceStrings.at("filename"), "a");
+    const auto& shown = client.delegate.asked[0].otherInfo;
+    EXPECT_TRUE(shown.at("localname").stringValue().ends_with("/a"));
+    EXPECT_TRUE(shown.at("servername").stringValue().ends_with("/sync/a"));
+    EXPECT_EQ(shown.at("localsize"), PropertyList(5));
+    EXPECT_EQ(shown.at("serversize"), PropertyList(6));
+    EXPECT_FALSE(shown.contains("missing_place"));
     EXPECT_EQ(world.remote.content("sync/b"), "local");
+    world.expectSettled();
+}
+
+TEST_P(RunSync, aConflictWithADeletionSaysThatTheFileIsGone)
+{
+    client.local.write("a", "1", at(0));
+    ASSERT_EQ(client.sync(), Outcome::finished);
+    client.local.write("a", "local", at(10));
+    world.remote.remove("sync/a");
+    client.asks = true;
+    client.delegate.answers = {{"FILE_CONFILCT", {1, false}}};
+    EXPECT_EQ(client.sync(), Outcome::finished);
+    ASSERT_EQ(client.delegate.keys(), std::vector<std::string>{"FILE_CONFILCT"});
+    const auto& shown = client.delegate.asked[0].otherInfo;
+    EXPECT_EQ(shown.at("missing_place").stringValue(), "server");
+    EXPECT_FALSE(shown.contains("serversize"));
     world.expectSettled();
 }
 

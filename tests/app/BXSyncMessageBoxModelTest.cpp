@@ -44,7 +44,7 @@ TEST(BXSyncMessageBoxModelTest, ATickThatWasNotOfferedCountsForNothing)
 
 TEST(BXSyncMessageBoxModelTest, LeavesOutTheChoicesThatDoNotFit)
 {
-    auto info = BXSyncQuestions::conflict({}, "a.txt");
+    auto info = BXSyncQuestions::conflict({}, "a.txt", {});
     EXPECT_THAT(Model("ERROR", info).buttons(), ElementsAre("Keep the Newer One", "Upload", "Download"));
     EXPECT_EQ(code(Model("ERROR", info), 3), -1);
     EXPECT_EQ(code(Model("ERROR", info, 4), 3), 3);
@@ -56,7 +56,7 @@ TEST(BXSyncMessageBoxModelTest, CancellingIsWhatClosingTheWindowMeans)
         const Model model("ERROR", info, 4);
         return code(model, model.dismissIndex());
     };
-    EXPECT_EQ(closed(BXSyncQuestions::conflict({}, "a")), 3);
+    EXPECT_EQ(closed(BXSyncQuestions::conflict({}, "a", {})), 3);
     EXPECT_EQ(closed(BXSyncQuestions::reconnect(5)), 1);
     EXPECT_EQ(closed(BXSyncQuestions::fatalError("")), 0);
     BXSyncConfirmInfo open;

@@ -33,6 +33,8 @@ BXSyncConfirmInfo conflict()
     info.replaceStrings = {{"filename", "a.txt"}, {"type", "File"}};
     info.otherInfo[BXSyncConfirmInfo::serverDateKey] = dates::fromSeconds(1'700'000'000);
     info.otherInfo[BXSyncConfirmInfo::localDateKey] = dates::fromSeconds(1'700'000'100);
+    info.otherInfo[BXSyncConfirmInfo::localSizeKey] = std::int64_t(1234);
+    info.otherInfo[BXSyncConfirmInfo::serverSizeKey] = std::int64_t(5);
     return info;
 }
 
@@ -117,7 +119,9 @@ TEST_F(TerminalConfirmTest, OnATerminalAPersonChoosesByNumber)
     EXPECT_EQ(answer(ConfirmOptions{}, conflict()), std::pair(std::int64_t(1), false));
     EXPECT_TRUE(terminal.lines.empty()) << "asked again after what is no choice";
     terminal.lines = {"3!"};
+    takeMessages();
     EXPECT_EQ(answer(ConfirmOptions{}, conflict()), std::pair(std::int64_t(2), true));
+    EXPECT_THAT(takeMessages(), AllOf(HasSubstr(", 1234 bytes; server "), HasSubstr(", 5 bytes")));
     terminal.lines = {"2"};
     EXPECT_EQ(answer(ConfirmOptions{}, fileFailure()).first, 0);
     terminal.lines = {"2!", "1"};

@@ -11,6 +11,7 @@
 #include <QTimer>
 
 #include "SyncLibrary/BXSyncQuestions.h"
+#include "app/qt/dialogs/ConflictDialog.h"
 #include "app/qt/dialogs/MessageBoxDialog.h"
 #include "app/qt/dialogs/ModalQuestion.h"
 #include "app/qt/dialogs/QuestionParts.h"
@@ -109,6 +110,34 @@ TEST_F(DialogsTest, CountsDownByTheClockAndAnswersByItself)
     EXPECT_EQ(result, QDialog::Accepted);
     EXPECT_EQ(code(dialog), BXSyncQuestions::reconnectCode);
     EXPECT_FALSE(dialog.isVisible());
+}
+
+TEST_F(DialogsTest, AConflictShowsWhatBothSidesHaveAndWhichIsNewer)
+{
+    const auto shown = [](const ConflictDialog& dialog) {
+        QStringList lines;
+        for (const auto* label : dialog.findChildren<QLabel*>())
+            lines.append(label->text().remove(QChar(0x200B)));
+        return lines;
+    };
+    QLocale::setDefault(QLocale("en_US"));
+    BXSyncFileDataInfo local;
+    local.fileData.dateLastModified = 1'700'000'000;
+    local.oldDateLastModified = 1'700'000'500;
+    local.size = 1'234'567;
+    BXSyncFileDataInfo server;
+    server.size = 5;
+    const BXSyncQuestions::ConflictSides sides{"/home/x/a.txt", "https://host/a\u001b.txt", &server};
+    auto lines = shown(ConflictDialog(BXSyncQuestions::conflict(local, "a.txt", sides)));
+    EXPECT_EQ(lines.filter("newer"), QStringList{"Server (newer)"});
+    for (const auto* part : {"/home/x/a.txt", "https://host/a\\x1B.txt", "1.2 MiB (1,234,567 bytes)", "5 bytes"})
+        EXPECT_EQ(lines.filter(part).size(), 1) << part;
+    EXPECT_EQ(lines.filter("2023").size(), 2);
+    server.state = SyncState::deleted;
+    lines = shown(ConflictDialog(BXSyncQuestions::conflict(local, "a.txt", sides)));
+    EXPECT_EQ(lines.filter("newer"), QStringList());
+    EXPECT_EQ(lines.filter("deleted").size(), 1);
+    EXPECT_EQ(lines.filter("2023").size(), 1);
 }
 
 TEST_F(DialogsTest, ACountdownWithoutAnAnswerEndsWithNone)

@@ -102,15 +102,32 @@ std::string choicesText(const BXSyncConfirmInfo& info)
     return text + ">";
 }
 
-/// "local 2026/01/02 10:00:00, server …": what a conflict is decided by.
-std::string datesText(const BXSyncConfirmInfo& info)
+template <class T>
+const T* valueOf(const BXSyncConfirmInfo& info, const char* key)
 {
-    const auto shown = [&](const char* key) {
-        const auto found = info.otherInfo.find(key);
-        const auto* time = found == info.otherInfo.end() ? nullptr : found->second.get<dates::Time>();
-        return time ? BXSyncUtils::getStringForShow(*time) : std::string("unknown");
-    };
-    return "local " + shown(BXSyncConfirmInfo::localDateKey) + ", server " + shown(BXSyncConfirmInfo::serverDateKey);
+    const auto found = info.otherInfo.find(key);
+    return found == info.otherInfo.end() ? nullptr : found->second.get<T>();
+}
+
+/// "2026/01/02 10:00:00, 120 bytes"
+std::string sideText(const BXSyncConfirmInfo& info, const char* dateKey, const char* sizeKey)
+{
+    const auto* time = valueOf<dates::Time>(info, dateKey);
+    const auto* size = valueOf<std::int64_t>(info, sizeKey);
+    auto text = time ? BXSyncUtils::getStringForShow(*time) : std::string("unknown");
+    if (size) text += ", " + std::to_string(*size) + " bytes";
+    return text;
+}
+
+/// "local 2026/01/02 10:00:00, 120 bytes; server …": what a conflict is decided by.
+std::string sidesText(const BXSyncConfirmInfo& info)
+{
+    const auto* missing = valueOf<std::string>(info, BXSyncConfirmInfo::missingPlaceKey);
+    const auto server = missing && *missing == "server"
+                            ? std::string("deleted")
+                            : sideText(info, BXSyncConfirmInfo::serverDateKey, BXSyncConfirmInfo::serverSizeKey);
+    return "local " + sideText(info, BXSyncConfirmInfo::localDateKey, BXSyncConfirmInfo::localSizeKey) + "; server " +
+           server;
 }
 
 /// What "2" or "2!" chooses.
@@ -205,7 +222,7 @@ BXSyncConfirmResult TerminalConfirm::askOrCancel(const BXSyncConfirmInfo& info, 
 BXSyncConfirmResult TerminalConfirm::ask(const BXSyncConfirmInfo& info)
 {
     context_.console.question(messageText(info));
-    if (info.type == BXSyncConfirmType::conflict) context_.console.question(datesText(info));
+    if (info.type == BXSyncConfirmType::conflict) context_.console.question(sidesText(info));
     for (;;) {
         const auto line = askLine(context_.console, context_.terminal, choicesText(info));
         const auto& cancel = cancelChoice(info);

@@ -4,7 +4,7 @@
 
 namespace tidemark::qt {
 
-/// A conflict: both sides with their times and which is the newer one, and a button for each choice.
+/// A conflict: both sides with their names, sizes and times and which is the newer one, and a button for each choice.
 class ConflictDialog : public QuestionDialog
 {
 public:
