@@ -34,6 +34,14 @@ bool isAbsolute(const std::string& path)
     return path.starts_with('/') && checkedFolder(path, "/").has_value();
 }
 
+/// Whether a folder is there, or can be as far as the way to it goes.
+bool hasRoomForFolder(std::string path)
+{
+    while (!fs::exists(path))
+        path = fs::parentPath(path);
+    return fs::isFolder(path);
+}
+
 const char* nameProblem(const BXSyncConfigManager& store, const std::string& name, const std::string& formerName)
 {
     const auto checked = checkedName(name);
@@ -54,21 +62,25 @@ const char* localProblem(const ConfigurationDraft& draft, const BXSyncConfigMana
     BXSyncConf conf;
     conf.setLocalPath(*checkedFolder(draft.localPath, "/"));
     if (!checkLocalFolder(conf, store)) return "LOCAL_HOLDS_CONFIGURATIONS";
-    return fs::exists(draft.localPath) && !fs::isFolder(draft.localPath) ? "LOCAL_NO_FOLDER" : nullptr;
+    return hasRoomForFolder(*checkedFolder(draft.localPath, "/")) ? nullptr : "LOCAL_NO_FOLDER";
 }
 
-const char* keyProblem(const ConfigurationDraft& draft)
+const char* logFolderProblem(const std::string& folder)
 {
-    if (!draft.encrypts) return nullptr;
-    if (draft.key.empty()) return "KEY_MISSING";
-    return draft.key == draft.repeatedKey ? nullptr : "KEY_DIFFERS";
+    if (!isAbsolute(folder)) return "LOG_FOLDER_UNUSABLE";
+    return hasRoomForFolder(folder) ? nullptr : "LOCAL_NO_FOLDER";
+}
+
+tl::unexpected<Error> fault(ConfigurationDraft::Fault code, std::string description)
+{
+    return failure(ConfigurationDraft::errorDomain, static_cast<std::int64_t>(code), std::move(description));
 }
 
 /// Null for a store that cannot be locked.
 Result<std::unique_ptr<BXSyncRunLock>> keepRunsAway(const std::string& syncInfoPath)
 {
     auto lock = BXSyncRunLock::tryAcquire(syncInfoPath);
-    if (lock && !*lock) return failure("Configuration", 0, "A run of the configuration is under way.");
+    if (lock && !*lock) return fault(ConfigurationDraft::Fault::runUnderWay, "a run is under way");
     return lock;
 }
 
@@ -116,12 +128,15 @@ std::vector<ConfigurationDraft::Problem> ConfigurationDraft::problems(const BXSy
     add(Field::localPath, localProblem(*this, store));
     add(Field::user, user.empty() && !password.empty() ? "USER_MISSING" : nullptr);
     if (usesProxy) {
-        const bool isHost = !proxyHost.empty() && proxyHost.find_first_of("/@ ") == std::string::npos;
-        add(Field::proxyHost, isHost ? nullptr : "PROXY_HOST_UNUSABLE");
+        add(Field::proxyHost, isProxyHost(proxyHost) ? nullptr : "PROXY_HOST_UNUSABLE");
         add(Field::proxyPort, numberIn(proxyPort, 1, highestPort) ? nullptr : "PROXY_PORT_UNUSABLE");
+        add(Field::proxyUser, proxyUser.empty() && !proxyPassword.empty() ? "PROXY_USER_MISSING" : nullptr);
     }
-    add(Field::key, keyProblem(*this));
-    add(Field::logFolder, logFolder.empty() || isAbsolute(logFolder) ? nullptr : "LOG_FOLDER_UNUSABLE");
+    if (encrypts) {
+        add(Field::key, key.empty() ? "KEY_MISSING" : nullptr);
+        add(Field::repeatedKey, key.empty() || key == repeatedKey ? nullptr : "KEY_DIFFERS");
+    }
+    add(Field::logFolder, logFolder.empty() ? nullptr : logFolderProblem(logFolder));
     add(Field::logDays, numberIn(logDays, 1, mostLogDays) ? nullptr : "LOG_DAYS_UNUSABLE");
     return found;
 }
@@ -168,7 +183,7 @@ bool ConfigurationDraft::changesKeyOf(const BXSyncConf& conf) const
 Status ConfigurationDraft::save(BXSyncConfigManager& store, const std::string& formerName) const
 {
     auto conf = formerName.empty() ? std::make_shared<BXSyncConf>() : store.get(formerName, false);
-    if (!conf) return failure("Configuration", 0, "The configuration is not there any more: " + formerName);
+    if (!conf) return fault(Fault::gone, "there is no configuration " + formerName);
     const auto newName = checkedName(name).value_or(name);
     // What a configuration of that name once knew of its files is not about these folders.
     if (formerName.empty()) conf->setSyncinfoPath(store.syncInfoPath(newName));
@@ -179,7 +194,7 @@ Status ConfigurationDraft::save(BXSyncConfigManager& store, const std::string& f
     if (auto left = leaveFolder(*conf, formerFolder); !left) return left;
     BXSyncConfigManager::Changes changes{{newName, conf}};
     if (!formerName.empty() && formerName != newName) changes[formerName] = nullptr;
-    if (!store.save(changes).empty()) return failure("Configuration", 0, "The configuration cannot be written.");
+    if (!store.save(changes).empty()) return fault(Fault::notWritten, "the configuration cannot be written");
     return {};
 }
 
@@ -187,8 +202,7 @@ Status ConfigurationDraft::remove(BXSyncConfigManager& store, const std::string&
 {
     const auto lock = keepRunsAway(store.syncInfoPath(name));
     if (!lock) return failure(lock.error());
-    if (!store.save({{name, nullptr}}).empty())
-        return failure("Configuration", 0, "The configuration cannot be deleted.");
+    if (!store.save({{name, nullptr}}).empty()) return fault(Fault::notWritten, "the configuration cannot be deleted");
     return {};
 }
 

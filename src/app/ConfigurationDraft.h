@@ -24,10 +24,24 @@ struct ConfigurationDraft
         user,
         proxyHost,
         proxyPort,
+        proxyUser,
         key,
+        repeatedKey,
         logFolder,
         logDays
     };
+    static constexpr const char* errorDomain = "ConfigurationDraft";
+    /// Codes of that domain.
+    enum class Fault
+    {
+        /// A run of the configuration is under way.
+        runUnderWay = 1,
+        /// The configuration is not in the store any more.
+        gone,
+        /// The store could not write it.
+        notWritten
+    };
+
     /// What is wrong with a field; `key` is one of the table "Settings".
     struct Problem
     {
@@ -76,8 +90,8 @@ struct ConfigurationDraft
     /// What was synchronised before stays on the server as it is.
     bool changesKeyOf(const BXSyncConf& conf) const;
 
-    /// Into the store, under the draft's name; a former name goes. Without problems only. Fails where a run of the
-    /// configuration is under way, and where it cannot be written.
+    /// Into the store, under the draft's name; a former name goes. Without problems only. Fails with one of the faults,
+    /// or with what the system says.
     Status save(BXSyncConfigManager& store, const std::string& formerName) const;
 
     /// Out of the store; the files of both folders stay. Fails like save().

@@ -61,6 +61,13 @@ Checked<std::string> checkedFolder(const std::string& path, const std::string& w
     return absolute;
 }
 
+bool isProxyHost(std::string_view host)
+{
+    const bool isBracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
+    return !host.empty() && host.find_first_of("/@ ") == std::string_view::npos &&
+           (isBracketed || host.find(':') == std::string_view::npos);
+}
+
 bool isAtOrBelow(std::string_view path, std::string_view folder)
 {
     if (folder.empty()) return false;

@@ -26,6 +26,9 @@ Checked<Url> checkedUrl(const std::string& text);
 /// one is relative to.
 Checked<std::string> checkedFolder(const std::string& path, const std::string& workingDirectory);
 
+/// A name or an address without a scheme, a user or a port; an IPv6 address is in brackets.
+bool isProxyHost(std::string_view host);
+
 /// True for the folder itself and for what lies below it; both in the form of checkedFolder().
 bool isAtOrBelow(std::string_view path, std::string_view folder);
 

@@ -1,18 +1,25 @@
 #include "app/qt/settings/SettingsWindow.h"
 
+#include <filesystem>
+
 #include <gmock/gmock.h>
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QSpinBox>
+#include <QTabWidget>
 #include <QTest>
 
 #include "SyncLibrary/BXSyncRunLock.h"
 #include "app/qt/Texts.h"
+#include "app/qt/settings/FieldNote.h"
 #include "app/qt/settings/FirstRunAssistant.h"
 #include "config/BXSyncConfigManager.h"
+#include "platform/Localization.h"
 #include "tests/support/TempTree.h"
 
 namespace tidemark::qt {
@@ -52,9 +59,6 @@ protected:
         const auto name = text("Settings", key).remove('&');
         for (auto* widget : window.findChildren<Widget*>())
             if (widget->accessibleName() == name) return widget;
-        // A field with a button beside it is named by its row.
-        for (auto* row : window.findChildren<QWidget*>())
-            if (row->accessibleName() == name) return dynamic_cast<Widget*>(row->focusProxy());
         return nullptr;
     }
     static QPushButton* button(const QWidget& window, const char* key)
@@ -68,12 +72,23 @@ protected:
         field.clear();
         QTest::keyClicks(&field, content);
     }
-    static bool shows(const QWidget& window, const char* key)
+    /// What is said to be wrong with fields.
+    static QStringList shown(const QWidget& window)
     {
-        for (const auto* label : window.findChildren<QLabel*>())
-            if (!label->isHidden() && label->text() == text("Settings", key)) return true;
-        return false;
+        QStringList faults;
+        for (const auto* note : window.findChildren<FieldNote*>())
+            if (!note->isHidden()) faults << note->fault();
+        return faults;
     }
+    /// All that can be read.
+    static std::vector<std::string> said(const QWidget& window)
+    {
+        std::vector<std::string> all;
+        for (const auto* label : window.findChildren<QLabel*>())
+            if (label->isVisible()) all.push_back(toUtf8(label->text()));
+        return all;
+    }
+    static bool shows(const QWidget& window, const char* key) { return shown(window).contains(text("Settings", key)); }
 
     test::TempTree tree;
     BXSyncConfigManager store{tree.path("config")};
@@ -85,33 +100,84 @@ protected:
 TEST_F(SettingsWindowTest, badInputGetsItsMessageAndStays)
 {
     create("work");
+    create("other");
     const auto window = open();
+    window->showConfiguration("work");
     struct Row
     {
         const char* field;
-        const char* typed;
+        std::string typed;
         const char* problem;
+        /// The one that the message is about, where it is another one.
+        const char* meant = nullptr;
     };
-    const auto file = tree.path("file");
-    const Row rows[] = {{"NAME", "a/b", "NAME_UNUSABLE"},
+    const auto config = tree.path("config");
+    const Row rows[] = {{"NAME", "", "NAME_MISSING"},
+                        {"NAME", "a/b", "NAME_UNUSABLE"},
+                        {"NAME", "other", "NAME_TAKEN"},
+                        {"URL", "", "URL_MISSING"},
                         {"URL", "ftp://x", "URL_UNUSABLE"},
+                        {"LOCAL", "", "LOCAL_MISSING"},
                         {"LOCAL", "relative", "LOCAL_UNUSABLE"},
-                        {"LOCAL", file.c_str(), "LOCAL_NO_FOLDER"},
-                        {"PASSWORD", "without user", "USER_MISSING"},
-                        {"LOG_DAYS", "many", "LOG_DAYS_UNUSABLE"},
-                        {"LOG_FOLDER", "logs", "LOG_FOLDER_UNUSABLE"}};
+                        {"LOCAL", config, "LOCAL_HOLDS_CONFIGURATIONS"},
+                        {"LOCAL", tree.path("file"), "LOCAL_NO_FOLDER"},
+                        {"PASSWORD", "without user", "USER_MISSING", "USER"},
+                        {"PROXY_HOST", "", "PROXY_HOST_UNUSABLE"},
+                        {"PROXY_HOST", "http://proxy", "PROXY_HOST_UNUSABLE"},
+                        {"PROXY_HOST", "proxy:8080", "PROXY_HOST_UNUSABLE"},
+                        {"PROXY_PORT", "65536", "PROXY_PORT_UNUSABLE"},
+                        {"PROXY_PASSWORD", "without user", "PROXY_USER_MISSING", "PROXY_USER"},
+                        {"KEY", "", "KEY_MISSING"},
+                        {"KEY_AGAIN", "another", "KEY_DIFFERS"},
+                        {"LOG_FOLDER", "logs", "LOG_FOLDER_UNUSABLE"},
+                        {"LOG_FOLDER", tree.path("file"), "LOCAL_NO_FOLDER"},
+                        {"LOG_DAYS", "0", "LOG_DAYS_UNUSABLE"},
+                        {"LOG_DAYS", "many", "LOG_DAYS_UNUSABLE"}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.problem);
+        SCOPED_TRACE(row.problem + (" " + row.typed));
+        for (auto* box : window->findChildren<QCheckBox*>())
+            box->setChecked(true);
+        for (const auto& [key, good] :
+             {std::pair("PROXY_HOST", "proxy"), {"PROXY_PORT", "8080"}, {"KEY", "sesame"}, {"KEY_AGAIN", "sesame"}})
+            type(*named<QLineEdit>(*window, key), good);
         auto* field = named<QLineEdit>(*window, row.field);
         ASSERT_NE(field, nullptr);
-        type(*field, row.typed);
+        type(*field, fromUtf8(row.typed));
         button(*window, "APPLY")->click();
         EXPECT_TRUE(shows(*window, row.problem));
-        EXPECT_EQ(field->text(), row.typed);
+        EXPECT_EQ(shown(*window).size(), 1U) << "nothing else is wrong";
+        auto* meant = named<QLineEdit>(*window, row.meant ? row.meant : row.field);
+        EXPECT_EQ(meant->accessibleDescription(), text("Settings", row.problem));
+        EXPECT_EQ(window->focusWidget(), meant);
+        EXPECT_TRUE(meant->isVisible()) << "its page is shown";
+        EXPECT_EQ(toUtf8(field->text()), row.typed);
+        QTest::keyClick(meant, Qt::Key_X);
+        EXPECT_FALSE(shows(*window, row.problem)) << "no longer about what is typed";
         button(*window, "REVERT")->click();
-        EXPECT_FALSE(shows(*window, row.problem));
     }
     EXPECT_EQ(store.get("work", false)->serverURL(), "https://dav.example.org/folder");
+}
+
+TEST_F(SettingsWindowTest, anEntryOfTheTimetableThatIsThereIsNotAddedUnsaid)
+{
+    create("work");
+    const auto window = open();
+    window->findChild<QTabWidget*>()->setCurrentIndex(2);
+    auto* timetable = named<QListWidget>(*window, "SCHEDULES");
+    auto* minute = window->findChild<QSpinBox*>();
+    const auto add = [&] { button(*window, "SCHEDULE_ADD")->click(); };
+    minute->setValue(15);
+    add();
+    EXPECT_FALSE(shows(*window, "SCHEDULE_THERE"));
+    add();
+    EXPECT_TRUE(shows(*window, "SCHEDULE_THERE"));
+    EXPECT_EQ(timetable->count(), 1);
+    EXPECT_EQ(minute->value(), 15);
+    EXPECT_EQ(timetable->currentRow(), 0);
+    minute->setValue(16);
+    EXPECT_FALSE(shows(*window, "SCHEDULE_THERE"));
+    add();
+    EXPECT_EQ(timetable->count(), 2);
 }
 
 TEST_F(SettingsWindowTest, whatIsAppliedIsInTheStore)
@@ -156,18 +222,29 @@ TEST_F(SettingsWindowTest, nothingTypedIsLostUnasked)
     EXPECT_EQ(store.get(toUtf8(first), false)->info()->username(), "kim");
 }
 
-TEST_F(SettingsWindowTest, aRunUnderWayKeepsTheConfigurationAsItIs)
+TEST_F(SettingsWindowTest, aRefusedSaveIsSaidInTheDesktopsLanguageAndKeepsWhatWasTyped)
 {
+    Localization::setLanguage("de");
     create("work");
     const auto window = open();
-    const auto lock = BXSyncRunLock::tryAcquire(store.syncInfoPath("work"));
-    ASSERT_TRUE(lock && *lock);
     auto* user = named<QLineEdit>(*window, "USER");
     type(*user, "kim");
-    button(*window, "APPLY")->click();
-    EXPECT_EQ(user->text(), "kim");
-    EXPECT_TRUE(button(*window, "APPLY")->isEnabled());
+    const auto applyAndExpect = [&](const char* reason) {
+        button(*window, "APPLY")->click();
+        EXPECT_THAT(said(*window), ::testing::Contains(toUtf8(
+                                       text("Settings", "NOT_SAVED", {{"reason", toUtf8(text("Settings", reason))}}))));
+        EXPECT_EQ(user->text(), "kim");
+        EXPECT_TRUE(button(*window, "APPLY")->isEnabled());
+    };
+    {
+        const auto lock = BXSyncRunLock::tryAcquire(store.syncInfoPath("work"));
+        ASSERT_TRUE(lock && *lock);
+        applyAndExpect("REASON_RUN");
+    }
     EXPECT_EQ(store.get("work", false)->info()->username(), "");
+    std::filesystem::remove(store.configFilePath("work"));
+    applyAndExpect("REASON_GONE");
+    Localization::setLanguage("en");
 }
 
 TEST_F(SettingsWindowTest, theAssistantWantsAnAddressFirst)

@@ -91,10 +91,7 @@ Checked<ProxyAddress> checkedProxy(std::string_view text)
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
     if (error != std::errc() || end != digits.data() + digits.size() || port < 1 || port > highestPort)
         return complaint;
-    const bool isBracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
-    if (host.empty() || host.find_first_of("/@ ") != std::string_view::npos ||
-        (!isBracketed && host.find(':') != std::string_view::npos))
-        return complaint;
+    if (!isProxyHost(host)) return complaint;
     return ProxyAddress{std::string(host), port};
 }
 

@@ -1,26 +1,18 @@
 #include "app/qt/settings/DraftPage.h"
 
-#include <algorithm>
-
+#include <QCheckBox>
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
 
 #include "app/qt/Texts.h"
+#include "app/qt/settings/FieldNote.h"
 
 namespace tidemark::qt {
 
 namespace {
 
 constexpr int fieldWidthInCharacters = 40;
-
-QLabel* makeNote()
-{
-    auto* note = new QLabel;
-    note->setTextFormat(Qt::PlainText);
-    note->setWordWrap(true);
-    return note;
-}
 
 } // namespace
 
@@ -35,22 +27,17 @@ QString DraftPage::textOf(const char* key)
     return text("Settings", key);
 }
 
-void DraftPage::addRow(const char* labelKey, QWidget* widget)
+void DraftPage::addRow(const char* labelKey, QWidget* control, QWidget* row)
 {
-    form_->addRow(textOf(labelKey), widget);
-    widget->setAccessibleName(textOf(labelKey).remove('&'));
+    auto* label = new QLabel(textOf(labelKey));
+    label->setBuddy(control);
+    control->setAccessibleName(textOf(labelKey).remove('&'));
+    form_->addRow(label, row ? row : control);
 }
 
-void DraftPage::addRow(const char* labelKey, QWidget* widget, Field field)
+void DraftPage::addNote(QLineEdit* control, Field field)
 {
-    addRow(labelKey, widget);
-    auto* problem = makeNote();
-    auto font = problem->font();
-    font.setBold(true);
-    problem->setFont(font);
-    problem->hide();
-    form_->addRow(QString(), problem);
-    rows_[field] = {widget, problem};
+    addWide(notes_.make(control, field));
 }
 
 void DraftPage::addWide(QWidget* widget)
@@ -60,10 +47,18 @@ void DraftPage::addWide(QWidget* widget)
 
 QLabel* DraftPage::addHint(const QString& content)
 {
-    auto* hint = makeNote();
-    hint->setText(content);
+    auto* hint = new QLabel(content);
+    hint->setTextFormat(Qt::PlainText);
+    hint->setWordWrap(true);
     form_->addRow(QString(), hint);
     return hint;
+}
+
+QCheckBox* DraftPage::makeSwitch(const char* key)
+{
+    auto* box = new QCheckBox(textOf(key));
+    connect(box, &QCheckBox::clicked, this, &DraftPage::changed);
+    return box;
 }
 
 QLineEdit* DraftPage::makeText()
@@ -81,19 +76,9 @@ QLineEdit* DraftPage::makeSecret()
     return field;
 }
 
-bool DraftPage::showProblems(const std::vector<ConfigurationDraft::Problem>& problems)
+QWidget* DraftPage::showProblems(const std::vector<ConfigurationDraft::Problem>& problems)
 {
-    bool isFirst = true;
-    for (const auto& [field, row] : rows_) {
-        const auto found = std::ranges::find(problems, field, &ConfigurationDraft::Problem::field);
-        row.problem->setVisible(found != problems.end());
-        if (found == problems.end()) continue;
-        row.problem->setText(text("Settings", found->key));
-        row.widget->setAccessibleDescription(row.problem->text());
-        if (isFirst) row.widget->setFocus();
-        isFirst = false;
-    }
-    return !isFirst;
+    return notes_.show(problems);
 }
 
 } // namespace tidemark::qt

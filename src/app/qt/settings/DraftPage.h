@@ -1,12 +1,12 @@
 #pragma once
 
-#include <map>
 #include <vector>
 
 #include <QWidget>
 
-#include "app/ConfigurationDraft.h"
+#include "app/qt/settings/FieldNotes.h"
 
+class QCheckBox;
 class QFormLayout;
 class QLabel;
 class QLineEdit;
@@ -24,8 +24,8 @@ public:
     virtual void load(const ConfigurationDraft& draft) = 0;
     virtual void store(ConfigurationDraft& draft) const = 0;
 
-    /// True when one of them is about a field of this page; the first such field gets the keyboard.
-    bool showProblems(const std::vector<ConfigurationDraft::Problem>& problems);
+    /// Each below its field. The first field that one of them is about, null where none is about a field of this page.
+    QWidget* showProblems(const std::vector<ConfigurationDraft::Problem>& problems);
 
 signals:
     /// A person has changed something.
@@ -34,12 +34,13 @@ signals:
 protected:
     using Field = ConfigurationDraft::Field;
 
-    QFormLayout& form() { return *form_; }
-    /// `labelKey` is one of the table "Settings".
-    void addRow(const char* labelKey, QWidget* widget);
-    void addRow(const char* labelKey, QWidget* widget, Field field);
+    /// `labelKey` is one of the table "Settings"; `row` holds the control where there is more in its row.
+    void addRow(const char* labelKey, QWidget* control, QWidget* row = nullptr);
+    /// What is wrong with the field of the row above.
+    void addNote(QLineEdit* control, Field field);
     /// A row without a label of its own.
     void addWide(QWidget* widget);
+    QCheckBox* makeSwitch(const char* key);
     /// Explains the row above.
     QLabel* addHint(const QString& text);
     QLineEdit* makeText();
@@ -47,14 +48,8 @@ protected:
     static QString textOf(const char* key);
 
 private:
-    struct Row
-    {
-        QWidget* widget;
-        QLabel* problem;
-    };
-
     QFormLayout* const form_;
-    std::map<Field, Row> rows_;
+    FieldNotes notes_;
 };
 
 } // namespace tidemark::qt

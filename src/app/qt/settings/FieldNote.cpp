@@ -1,5 +1,7 @@
 #include "app/qt/settings/FieldNote.h"
 
+#include <algorithm>
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QStyle>
@@ -37,7 +39,7 @@ void FieldNote::resizeEvent(QResizeEvent* event)
 /// A window grows by its contents' least heights, which do not know about wrapped lines.
 void FieldNote::makeRoom()
 {
-    label_->setMinimumHeight(label_->heightForWidth(label_->width()));
+    label_->setMinimumHeight(std::max(label_->heightForWidth(label_->width()), 0));
 }
 
 QString FieldNote::fault() const

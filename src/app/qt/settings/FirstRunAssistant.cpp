@@ -7,12 +7,13 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
 
 #include "app/ConfigurationInput.h"
 #include "app/qt/Texts.h"
+#include "app/qt/settings/FaultTexts.h"
+#include "app/qt/settings/FieldNote.h"
 #include "app/qt/settings/ServerCheck.h"
 #include "config/BXSyncConfigManager.h"
 #include "platform/FileSystem.h"
@@ -20,6 +21,8 @@
 namespace tidemark::qt {
 
 namespace {
+
+using Field = ConfigurationDraft::Field;
 
 constexpr const char* table = "Settings";
 
@@ -61,11 +64,13 @@ QWizardPage* FirstRunAssistant::makeServerPage()
     answer_ = makeNote();
     auto* form = new QFormLayout(page);
     form->addRow(text(table, "URL"), url_);
+    form->addRow(QString(), serverNotes_.make(url_, Field::url));
     form->addRow(text(table, "USER"), user_);
+    form->addRow(QString(), serverNotes_.make(user_, Field::user));
     form->addRow(text(table, "PASSWORD"), password_);
     form->addRow(QString(), answer_);
     for (auto* field : {url_, user_, password_})
-        connect(field, &QLineEdit::textEdited, this, [this] { isChecked_ = false; });
+        connect(field, &QLineEdit::textEdited, this, &FirstRunAssistant::serverEdited);
     return page;
 }
 
@@ -89,14 +94,14 @@ QWizardPage* FirstRunAssistant::makeFolderPage()
     auto* row = new QHBoxLayout;
     row->addWidget(local_, 1);
     row->addWidget(choose);
-    problem_ = makeNote();
     auto* form = new QFormLayout(page);
     form->addRow(text(table, "NAME"), name_);
+    form->addRow(QString(), folderNotes_.make(name_, Field::name));
     auto* localLabel = new QLabel(text(table, "LOCAL"));
     localLabel->setBuddy(local_);
     form->addRow(localLabel, row);
+    form->addRow(QString(), folderNotes_.make(local_, Field::localPath));
     form->addRow(text(table, "MODE"), mode_);
-    form->addRow(QString(), problem_);
     return page;
 }
 
@@ -106,6 +111,8 @@ QWizardPage* FirstRunAssistant::makeDonePage()
     page->setTitle(text(table, "ASSISTANT_DONE"));
     auto* layout = new QVBoxLayout(page);
     layout->addWidget(makeNote(text(table, "ASSISTANT_DONE_HINT")));
+    failure_ = new FieldNote(nullptr);
+    layout->addWidget(failure_);
     layout->addStretch();
     return page;
 }
@@ -122,29 +129,35 @@ ConfigurationDraft FirstRunAssistant::draft() const
     return draft;
 }
 
-QString FirstRunAssistant::problemOf(Page page) const
+bool FirstRunAssistant::isWithoutProblems(const FieldNotes& notes) const
 {
-    using Field = ConfigurationDraft::Field;
-    for (const auto& problem : draft().problems(store_, {})) {
-        const bool isOfServer = problem.field == Field::url || problem.field == Field::user;
-        if (isOfServer == (page == serverPage)) return text(table, problem.key);
-    }
-    return {};
+    auto* field = notes.show(draft().problems(store_, {}));
+    if (field) field->setFocus();
+    return !field;
 }
 
 /// The server is asked before its page is left: "Next" starts the check, and a good answer goes on by itself.
 bool FirstRunAssistant::validateCurrentPage()
 {
-    if (currentId() == serverPage) {
-        answer_->setText(problemOf(serverPage));
-        if (answer_->text().isEmpty() && !isChecked_) startCheck();
+    failure_->setFault({});
+    switch (currentId()) {
+    case serverPage:
+        if (isWithoutProblems(serverNotes_) && !isChecked_) startCheck();
         return isChecked_;
+    case folderPage:
+        return isWithoutProblems(folderNotes_);
+    default:
+        return true;
     }
-    if (currentId() == folderPage) {
-        problem_->setText(problemOf(folderPage));
-        return problem_->text().isEmpty();
-    }
-    return true;
+}
+
+/// An answer is about what was typed when the server was asked.
+void FirstRunAssistant::serverEdited()
+{
+    isChecked_ = false;
+    check_.reset();
+    answer_->clear();
+    button(QWizard::NextButton)->setEnabled(true);
 }
 
 void FirstRunAssistant::startCheck()
@@ -163,11 +176,9 @@ void FirstRunAssistant::accept()
 {
     const auto wanted = draft();
     const auto made = fs::createFolders(wanted.localPath);
-    const auto saved = made ? wanted.save(store_, {}) : made;
-    if (!saved) {
-        QMessageBox::warning(this, windowTitle(), text(table, "NOT_SAVED", {{"error", saved.error().description()}}));
-        return;
-    }
+    if (!made) return failure_->setFault(text(table, "LOCAL_NOT_MADE", {{"reason", toUtf8(reasonText(made.error()))}}));
+    if (const auto saved = wanted.save(store_, {}); !saved)
+        return failure_->setFault(text(table, "NOT_SAVED", {{"reason", toUtf8(reasonText(saved.error()))}}));
     createdName_ = checkedName(wanted.name).value_or(wanted.name);
     QWizard::accept();
 }

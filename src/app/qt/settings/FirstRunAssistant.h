@@ -5,7 +5,7 @@
 
 #include <QWizard>
 
-#include "app/ConfigurationDraft.h"
+#include "app/qt/settings/FieldNotes.h"
 
 class QComboBox;
 class QLabel;
@@ -44,8 +44,9 @@ private:
     QWizardPage* makeDonePage();
     ConfigurationDraft draft() const;
     void startCheck();
-    /// The first problem of the page's fields, in words; "" without one.
-    QString problemOf(Page page) const;
+    /// Says below the fields of a page what is wrong with them.
+    bool isWithoutProblems(const FieldNotes& notes) const;
+    void serverEdited();
 
     BXSyncConfigManager& store_;
     QLineEdit* url_ = nullptr;
@@ -55,7 +56,9 @@ private:
     QLineEdit* name_ = nullptr;
     QLineEdit* local_ = nullptr;
     QComboBox* mode_ = nullptr;
-    QLabel* problem_ = nullptr;
+    FieldNotes serverNotes_;
+    FieldNotes folderNotes_;
+    FieldNote* failure_ = nullptr;
     std::unique_ptr<ServerCheck> check_;
     /// The server let us in with what was typed.
     bool isChecked_ = false;

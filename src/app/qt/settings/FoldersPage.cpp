@@ -53,11 +53,9 @@ std::string wordOf(const QComboBox& box)
 } // namespace
 
 FoldersPage::FoldersPage(QWidget* parent)
-    : DraftPage(parent), name_(makeText()), enabled_(new QCheckBox(textOf("ENABLED"))), url_(makeText()),
-      local_(makeText()), mode_(makeChoice()), conflict_(makeChoice()), serverDelete_(makeChoice()),
-      localDelete_(makeChoice())
+    : DraftPage(parent), name_(makeText()), enabled_(makeSwitch("ENABLED")), url_(makeText()), local_(makeText()),
+      mode_(makeChoice()), conflict_(makeChoice()), serverDelete_(makeChoice()), localDelete_(makeChoice())
 {
-    connect(enabled_, &QCheckBox::clicked, this, &DraftPage::changed);
     for (const auto& [key, mode] : {std::pair("MODE_TWO_WAY", SyncMode::twoWay),
                                     {"MODE_UPLOAD", SyncMode::uploadOnly},
                                     {"MODE_DOWNLOAD", SyncMode::downloadOnly}})
@@ -66,15 +64,17 @@ FoldersPage::FoldersPage(QWidget* parent)
     fill(*serverDelete_, serverDeletePolicies);
     fill(*localDelete_, localDeletePolicies);
     url_->setPlaceholderText(QStringLiteral("https://dav.example.org/folder"));
-    addRow("NAME", name_, Field::name);
-    addRow("URL", url_, Field::url);
-    addRow("LOCAL", makeFolderChooser(), Field::localPath);
+    addRow("NAME", name_);
+    addNote(name_, Field::name);
+    addRow("URL", url_);
+    addNote(url_, Field::url);
+    addRow("LOCAL", local_, makeFolderChooser());
+    addNote(local_, Field::localPath);
     addRow("MODE", mode_);
     addRow("ON_CONFLICT", conflict_);
     addRow("ON_SERVER_DELETE", serverDelete_);
     addRow("ON_LOCAL_DELETE", localDelete_);
     addWide(enabled_);
-    enabled_->setAccessibleName(enabled_->text().remove('&'));
     connect(mode_, &QComboBox::currentIndexChanged, this, &FoldersPage::showDirection);
     showDirection();
 }
@@ -94,7 +94,6 @@ QWidget* FoldersPage::makeFolderChooser()
     layout->setContentsMargins({});
     layout->addWidget(local_, 1);
     layout->addWidget(choose);
-    row->setFocusProxy(local_);
     connect(choose, &QPushButton::clicked, this, [this] {
         const auto folder = QFileDialog::getExistingDirectory(this, textOf("LOCAL").remove('&'), local_->text());
         if (folder.isEmpty()) return;

@@ -15,6 +15,7 @@
 #include <QVBoxLayout>
 
 #include "app/qt/Texts.h"
+#include "app/qt/settings/FaultTexts.h"
 #include "app/qt/settings/FieldNote.h"
 #include "app/qt/settings/UnsavedChanges.h"
 
@@ -225,9 +226,9 @@ bool GlobalSettingsWindow::save()
     if (draft.optionsTimeout == shown_.optionsTimeout) draft.optionsTimeout.clear();
     const auto stored = store(draft, settings_);
     const auto started = autostart_.setOn(autostartSwitch_->isChecked());
-    if (!stored) result_->setFault(text(table, "SAVE_FAILED", {{"error", stored.error().description()}}));
+    if (!stored) result_->setFault(text(table, "SAVE_FAILED", {{"reason", toUtf8(reasonText(stored.error()))}}));
     if (stored && !started)
-        result_->setFault(text(table, "AUTOSTART_FAILED", {{"error", started.error().description()}}));
+        result_->setFault(text(table, "AUTOSTART_FAILED", {{"reason", toUtf8(reasonText(started.error()))}}));
     return stored && started;
 }
 

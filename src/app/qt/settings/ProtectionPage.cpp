@@ -11,17 +11,19 @@
 namespace tidemark::qt {
 
 ProtectionPage::ProtectionPage(QWidget* parent)
-    : DraftPage(parent), encrypts_(new QCheckBox(textOf("ENCRYPT"))), key_(makeSecret()), repeatedKey_(makeSecret()),
+    : DraftPage(parent), encrypts_(makeSwitch("ENCRYPT")), key_(makeSecret()), repeatedKey_(makeSecret()),
       logFolder_(makeText()), logDays_(makeText())
 {
     addWide(encrypts_);
-    encrypts_->setAccessibleName(encrypts_->text().remove('&'));
     addHint(textOf("ENCRYPT_HINT"));
-    addRow("KEY", key_, Field::key);
+    addRow("KEY", key_);
+    addNote(key_, Field::key);
     addRow("KEY_AGAIN", repeatedKey_);
-    addRow("LOG_FOLDER", makeLogChooser(), Field::logFolder);
-    addRow("LOG_DAYS", logDays_, Field::logDays);
-    connect(encrypts_, &QCheckBox::clicked, this, &DraftPage::changed);
+    addNote(repeatedKey_, Field::repeatedKey);
+    addRow("LOG_FOLDER", logFolder_, makeLogChooser());
+    addNote(logFolder_, Field::logFolder);
+    addRow("LOG_DAYS", logDays_);
+    addNote(logDays_, Field::logDays);
     connect(encrypts_, &QCheckBox::toggled, this, &ProtectionPage::showKey);
     showKey();
 }
@@ -42,7 +44,6 @@ QWidget* ProtectionPage::makeLogChooser()
     layout->setContentsMargins({});
     layout->addWidget(logFolder_, 1);
     layout->addWidget(choose);
-    row->setFocusProxy(logFolder_);
     return row;
 }
 

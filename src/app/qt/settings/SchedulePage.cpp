@@ -12,6 +12,7 @@
 #include <QSpinBox>
 
 #include "app/qt/Texts.h"
+#include "app/qt/settings/FieldNote.h"
 
 namespace tidemark::qt {
 
@@ -25,18 +26,22 @@ constexpr const char* weekKeys[] = {"EVERYDAY",  "SUNDAY",   "MONDAY", "TUESDAY"
 } // namespace
 
 SchedulePage::SchedulePage(QWidget* parent)
-    : DraftPage(parent), autosync_(new QCheckBox(textOf("AUTOSYNC"))), list_(new QListWidget), week_(new QComboBox),
+    : DraftPage(parent), autosync_(makeSwitch("AUTOSYNC")), list_(new QListWidget), week_(new QComboBox),
       hour_(new QComboBox), minute_(new QSpinBox), remove_(new QPushButton(textOf("SCHEDULE_REMOVE")))
 {
     addWide(autosync_);
-    autosync_->setAccessibleName(autosync_->text().remove('&'));
-    connect(autosync_, &QCheckBox::clicked, this, &DraftPage::changed);
     list_->setMinimumHeight(list_->fontMetrics().lineSpacing() * visibleRows);
     addRow("SCHEDULES", list_);
-    addRow("SCHEDULE_NEW", makeEditor());
+    addRow("SCHEDULE_NEW", week_, makeEditor());
+    note_ = new FieldNote(week_);
+    addWide(note_);
     addHint(textOf("SCHEDULE_HINT"));
     connect(list_, &QListWidget::itemSelectionChanged, this,
             [this] { remove_->setEnabled(!list_->selectedItems().isEmpty()); });
+    const auto clearNote = [this] { note_->setFault({}); };
+    for (auto* box : {week_, hour_})
+        connect(box, &QComboBox::currentIndexChanged, note_, clearNote);
+    connect(minute_, &QSpinBox::valueChanged, note_, clearNote);
 }
 
 QWidget* SchedulePage::makeEditor()
@@ -47,7 +52,6 @@ QWidget* SchedulePage::makeEditor()
     for (int hour = 0; hour < 24; ++hour)
         hour_->addItem(QString::number(hour), hour);
     minute_->setRange(0, 59);
-    week_->setAccessibleName(textOf("SCHEDULE_DAY"));
     hour_->setAccessibleName(textOf("SCHEDULE_HOUR"));
     minute_->setAccessibleName(textOf("SCHEDULE_MINUTE"));
     auto* add = new QPushButton(textOf("SCHEDULE_ADD"));
@@ -76,7 +80,11 @@ void SchedulePage::add()
 {
     const auto entry = edited();
     const auto isEqual = [&](const BXSyncSchedule& other) { return other.compare(entry) == 0; };
-    if (std::ranges::any_of(schedules_, isEqual)) return;
+    const auto found = std::ranges::find_if(schedules_, isEqual);
+    if (found != schedules_.end()) {
+        list_->setCurrentRow(static_cast<int>(found - schedules_.begin()));
+        return note_->setFault(textOf("SCHEDULE_THERE"));
+    }
     schedules_.push_back(entry);
     showSchedules();
     emit changed();
@@ -98,6 +106,7 @@ void SchedulePage::showSchedules()
     for (const auto& schedule : schedules_)
         list_->addItem(fromUtf8(schedule.showString()));
     remove_->setEnabled(false);
+    note_->setFault({});
 }
 
 void SchedulePage::load(const ConfigurationDraft& draft)

@@ -34,6 +34,7 @@ private:
     QComboBox* const hour_;
     QSpinBox* const minute_;
     QPushButton* const remove_;
+    FieldNote* note_ = nullptr;
     std::vector<BXSyncSchedule> schedules_;
 };
 

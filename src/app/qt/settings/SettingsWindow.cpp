@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include "app/qt/Texts.h"
+#include "app/qt/settings/FaultTexts.h"
 #include "app/qt/settings/FoldersPage.h"
 #include "app/qt/settings/ProtectionPage.h"
 #include "app/qt/settings/SchedulePage.h"
@@ -176,18 +177,14 @@ bool SettingsWindow::apply()
 {
     const auto wanted = draft();
     const auto problems = wanted.problems(outside_.store, *formerName_);
-    for (auto page = pages_.rbegin(); page != pages_.rend(); ++page)
-        if ((*page)->showProblems(problems)) tabs_->setCurrentWidget(*page);
-    if (!problems.empty()) {
-        say(text(table, "PROBLEMS"));
-        return false;
-    }
+    showProblems(problems);
+    if (!problems.empty()) return false;
     if (!formerName_->empty()) {
         const auto conf = outside_.store.get(*formerName_, false);
         if (conf && wanted.changesKeyOf(*conf) && !askYes_(text(table, "KEY_CHANGE_QUESTION"))) return false;
     }
     if (const auto saved = wanted.save(outside_.store, *formerName_); !saved) {
-        say(text(table, "NOT_SAVED", {{"error", saved.error().description()}}));
+        say(text(table, "NOT_SAVED", {{"reason", toUtf8(reasonText(saved.error()))}}));
         return false;
     }
     const auto conf = outside_.store.get(wanted.name, false);
@@ -196,6 +193,19 @@ bool SettingsWindow::apply()
     reload();
     say(text(table, "SAVED"));
     return true;
+}
+
+void SettingsWindow::showProblems(const std::vector<ConfigurationDraft::Problem>& problems)
+{
+    QWidget* first = nullptr;
+    for (auto* page : pages_) {
+        auto* field = page->showProblems(problems);
+        if (!field || first) continue;
+        first = field;
+        tabs_->setCurrentWidget(page);
+    }
+    if (first) first->setFocus();
+    say(problems.empty() ? QString() : text(table, "PROBLEMS"));
 }
 
 void SettingsWindow::revert()
@@ -283,7 +293,7 @@ void SettingsWindow::removeSelected()
     const auto name = *formerName_;
     if (!askYes_(text(table, "DELETE_QUESTION", {{"name", name}}))) return;
     if (const auto removed = ConfigurationDraft::remove(outside_.store, name); !removed)
-        return say(text(table, "NOT_SAVED", {{"error", removed.error().description()}}));
+        return say(text(table, "NOT_SAVED", {{"reason", toUtf8(reasonText(removed.error()))}}));
     setModified(false);
     formerName_.reset();
     reload();

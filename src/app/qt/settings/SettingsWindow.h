@@ -61,6 +61,8 @@ private:
     /// False where a person wants to go on editing.
     bool leaveDraft();
     bool apply();
+    /// Below their fields; the first such field is shown and gets the keyboard.
+    void showProblems(const std::vector<ConfigurationDraft::Problem>& problems);
     void revert();
     void select(const QString& name);
     void showSelected(const QString& name);

@@ -30,26 +30,27 @@ IdentityStore& identities()
 
 SignInPage::SignInPage(Draft draft, QWidget* parent)
     : DraftPage(parent), draft_(std::move(draft)), user_(makeText()), password_(makeSecret()), identity_(new QComboBox),
-      ignoreCertificate_(new QCheckBox(textOf("IGNORE_CERTIFICATE"))), usesProxy_(new QCheckBox(textOf("USE_PROXY"))),
-      proxyHost_(makeText()), proxyPort_(makeText()), proxyUser_(makeText()), proxyPassword_(makeSecret()),
+      ignoreCertificate_(makeSwitch("IGNORE_CERTIFICATE")), usesProxy_(makeSwitch("USE_PROXY")), proxyHost_(makeText()),
+      proxyPort_(makeText()), proxyUser_(makeText()), proxyPassword_(makeSecret()),
       check_(new QPushButton(textOf("CHECK"))), answer_(new QLabel)
 {
-    addRow("USER", user_, Field::user);
+    addRow("USER", user_);
+    addNote(user_, Field::user);
     addRow("PASSWORD", password_);
-    addRow("IDENTITY", makeIdentityRow());
+    addRow("IDENTITY", identity_, makeIdentityRow());
     addWide(ignoreCertificate_);
     warning_ = addHint(textOf("IGNORE_CERTIFICATE_WARNING"));
     addWide(usesProxy_);
-    addRow("PROXY_HOST", proxyHost_, Field::proxyHost);
-    addRow("PROXY_PORT", proxyPort_, Field::proxyPort);
+    addRow("PROXY_HOST", proxyHost_);
+    addNote(proxyHost_, Field::proxyHost);
+    addRow("PROXY_PORT", proxyPort_);
+    addNote(proxyPort_, Field::proxyPort);
     addRow("PROXY_USER", proxyUser_);
+    addNote(proxyUser_, Field::proxyUser);
     addRow("PROXY_PASSWORD", proxyPassword_);
     addWide(makeCheckRow());
-    for (auto* box : {ignoreCertificate_, usesProxy_}) {
-        box->setAccessibleName(box->text().remove('&'));
-        connect(box, &QCheckBox::clicked, this, &DraftPage::changed);
+    for (auto* box : {ignoreCertificate_, usesProxy_})
         connect(box, &QCheckBox::toggled, this, &SignInPage::showProxy);
-    }
     showProxy();
 }
 
@@ -65,7 +66,6 @@ QWidget* SignInPage::makeIdentityRow()
     layout->setContentsMargins({});
     layout->addWidget(identity_, 1);
     layout->addWidget(import);
-    row->setFocusProxy(identity_);
     return row;
 }
 
