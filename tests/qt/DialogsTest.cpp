@@ -4,17 +4,24 @@
 #include <gtest/gtest.h>
 
 #include <QCheckBox>
+#include <QFileDialog>
+#include <QInputDialog>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
 
 #include "SyncLibrary/BXSyncQuestions.h"
+#include "app/qt/dialogs/CertificateTrustDialog.h"
 #include "app/qt/dialogs/ConflictDialog.h"
 #include "app/qt/dialogs/MessageBoxDialog.h"
 #include "app/qt/dialogs/ModalQuestion.h"
+#include "app/qt/dialogs/QtDialogs.h"
 #include "app/qt/dialogs/QuestionParts.h"
+#include "app/qt/dialogs/ReauthenticationDialog.h"
 
 namespace tidemark::qt {
 namespace {
@@ -161,6 +168,43 @@ TEST_F(DialogsTest, ClosingTheProgramEndsNestedQuestionsHarmlesslyAndAsksNoMore)
     EXPECT_EQ(code(outer), 3);
     EXPECT_EQ(code(inner), 1);
     EXPECT_EQ(code(late), 3);
+}
+
+TEST_F(DialogsTest, ClosingTheProgramEndsEveryOtherModalDialog)
+{
+    const std::pair<const char*, std::function<bool()>> waits[] = {
+        {"message", [] { return QMessageBox::question(nullptr, "t", "?") == QMessageBox::Yes; }},
+        {"folder", [] { return !QFileDialog::getExistingDirectory(nullptr, "t", "/").isEmpty(); }},
+        {"file", [] { return !QFileDialog::getOpenFileName(nullptr, "t", "/").isEmpty(); }},
+        {"text", [] { return !QInputDialog::getText(nullptr, "t", "?", QLineEdit::Normal, "typed").isEmpty(); }}};
+    for (const auto& [what, isAnswered] : waits) {
+        bool wasOpen = false;
+        QTimer::singleShot(0, [&wasOpen] {
+            wasOpen = QApplication::activeModalWidget() != nullptr;
+            ModalQuestion::dismissAll();
+        });
+        EXPECT_FALSE(isAnswered()) << what;
+        EXPECT_TRUE(wasOpen) << what;
+    }
+    const std::pair<const char*, std::function<bool()>> questions[] = {
+        {"conflict", [] { return QtDialogs().showConflict(BXSyncQuestions::conflict({}, "f", {}))->result != 3; }},
+        {"sign in", [] { return ReauthenticationDialog("?", "user").ask(); }},
+        {"certificate", [] { return CertificateTrustDialog("server", nullptr).ask(); }},
+        {"alert",
+         [] {
+             return QtDialogs().showAlert({AlertStyle::critical, "t", "?", {"No", "Yes"}}) == 1;
+         }},
+        {"folder", [] { return QtDialogs().selectDirectory("/", "?").has_value(); }}};
+    for (const auto& [what, isAnswered] : questions) {
+        ModalQuestion::admit();
+        bool wasOpen = false;
+        QTimer::singleShot(0, [&wasOpen] {
+            wasOpen = ModalQuestion::isOpen();
+            ModalQuestion::dismissAll();
+        });
+        EXPECT_FALSE(isAnswered()) << what;
+        EXPECT_TRUE(wasOpen) << what;
+    }
 }
 
 TEST(QuestionPartsTest, GivesEveryTextAKeyOfItsOwn)

@@ -54,7 +54,9 @@ QFormLayout* makeDetails(const ServerCertificate& certificate)
                  makeValue(text(table, "CERTIFICATE_PERIOD",
                                 {{"from", toUtf8(timeText(certificate.validFrom))},
                                  {"until", toUtf8(timeText(certificate.validUntil))}})));
-    auto* fingerprint = makeValue(fingerprintText(certificate.fingerprint));
+    auto* fingerprint = makeValue({});
+    fingerprint->setText(fingerprintText(certificate.fingerprint));
+    fingerprint->setWordWrap(false);
     fingerprint->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     form->addRow(text(table, "CERTIFICATE_FINGERPRINT"), fingerprint);
     return form;

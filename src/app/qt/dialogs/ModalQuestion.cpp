@@ -22,6 +22,17 @@ Questions& questions()
     return all;
 }
 
+/// Choosers of files and the like, which windows run by themselves.
+void rejectOthers()
+{
+    std::vector<QPointer<QDialog>> others;
+    for (auto* widget : QApplication::topLevelWidgets())
+        if (auto* dialog = qobject_cast<QDialog*>(widget); dialog && dialog->isModal() && dialog->isVisible())
+            others.emplace_back(dialog);
+    for (const auto& dialog : others)
+        if (dialog) dialog->reject();
+}
+
 } // namespace
 
 int ask(QDialog& dialog)
@@ -53,6 +64,7 @@ void dismissAll()
     const auto open = questions().open;
     for (auto dialog = open.rbegin(); dialog != open.rend(); ++dialog)
         if (*dialog) (*dialog)->reject();
+    rejectOthers();
 }
 
 void admit()

@@ -12,8 +12,8 @@ int ask(QDialog& dialog);
 /// Whether somebody waits for an answer.
 bool isOpen();
 
-/// While the program closes: every open question ends as rejected, the newest first, and every later one before it is
-/// shown. Each ask() returns once control is back in its loop.
+/// While the program closes: every open question, and every other modal dialog, ends as rejected, the newest first, and
+/// every later question before it is shown. Each ask() returns once control is back in its loop.
 void dismissAll();
 
 /// Questions are shown again.

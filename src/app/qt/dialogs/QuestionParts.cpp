@@ -13,6 +13,8 @@ namespace {
 constexpr int bodyCharacters = 60;
 /// So that the longest word fits into the body.
 constexpr int unbrokenCharacters = 20;
+/// What is longer may end a line in short steps from there.
+constexpr int brokenCharacters = 4;
 
 /// The place of the first letter that no other text has; -1 for none.
 qsizetype freeLetter(const QString& text, const QSet<QChar>& taken)
@@ -48,7 +50,7 @@ QString breakable(const QString& text)
         const bool joins = character.isLowSurrogate() || character.isMark();
         if (run >= unbrokenCharacters && !joins) {
             result += breakHere;
-            run = 0;
+            run -= brokenCharacters;
         }
         result += character;
         run = character.isSpace() ? 0 : run + 1;
