@@ -14,7 +14,7 @@ bool ASOffsetInputStream::skip()
         const auto wanted = std::span(dropped).first(std::min<std::uint64_t>(left, dropped.size()));
         const std::int64_t count = source_->read(wanted);
         if (count <= 0) {
-            BXLogger::getLogger()->debug("Resume error : RequestStream read error.");
+            BXLogger::getLogger()->debug(readErrorText);
             return false;
         }
         left -= static_cast<std::uint64_t>(count);

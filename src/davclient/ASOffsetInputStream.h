@@ -12,6 +12,8 @@ namespace tidemark {
 class ASOffsetInputStream : public InputStream
 {
 public:
+    static constexpr const char* readErrorText = "Resume error : RequestStream read error.";
+
     ASOffsetInputStream(std::unique_ptr<InputStream> source, std::uint64_t offset)
         : source_(std::move(source)), offset_(offset)
     {

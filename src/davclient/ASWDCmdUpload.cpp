@@ -1,7 +1,6 @@
 #include "davclient/ASWDCmdUpload.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "Logger/BXLogger.h"
 #include "davclient/ASOffsetInputStream.h"
@@ -19,9 +18,10 @@ ASWDCmdUploadBase::ASWDCmdUploadBase(Url remoteURL, std::shared_ptr<ASHttpConnec
 bool ASWDCmdUploadBase::connect()
 {
     if (!readyForStream()) return false;
-    if (contentLength_ == 0) return connection()->openStream();
-    const auto skipped = static_cast<std::uint64_t>(std::max<std::int64_t>(sentBytes(), 0));
-    return connection()->openStreamWithRequestBodyStream(requestStream_, contentLength_ - skipped);
+    const std::uint64_t left = contentLength_ - skippedBytes();
+    if (left > 0) return connection()->openStreamWithRequestBodyStream(requestStream_, left);
+    connection()->setHeaderField("Content-Length", "0");
+    return connection()->openStream();
 }
 
 bool ASWDCmdUploadBase::readyForStream()
@@ -31,18 +31,24 @@ bool ASWDCmdUploadBase::readyForStream()
         return false;
     }
     setupContentLength();
-    const bool resumes = sentBytes() >= 1;
-    auto source = makeRequestStream();
-    if (!resumes) {
-        requestStream_ = std::move(source);
-    } else {
-        requestStream_ =
-            std::make_shared<ASOffsetInputStream>(std::move(source), static_cast<std::uint64_t>(sentBytes()));
+    const std::uint64_t skipped = skippedBytes();
+    if (skipped > contentLength_) {
+        BXLogger::getLogger()->debug(ASOffsetInputStream::readErrorText);
+        return false;
     }
-    if (std::cmp_greater(sentBytes(), contentLength_)) return false;
+    auto source = makeRequestStream();
+    if (skipped == 0)
+        requestStream_ = std::move(source);
+    else
+        requestStream_ = std::make_shared<ASOffsetInputStream>(std::move(source), skipped);
     if (requestStream_->open()) return true;
-    if (!resumes) setError(requestStreamNotCreated, "The file to upload cannot be read: " + filePath_);
+    if (skipped == 0) setError(requestStreamNotCreated, "The file to upload cannot be read: " + filePath_);
     return false;
+}
+
+std::uint64_t ASWDCmdUploadBase::skippedBytes() const
+{
+    return static_cast<std::uint64_t>(std::max<std::int64_t>(sentBytes(), 0));
 }
 
 std::unique_ptr<InputStream> ASWDCmdUploadBase::makeRequestStream() const
@@ -71,7 +77,7 @@ void ASWDCmdUploadBase::setupContentLength()
 void ASWDCmdUploadBase::setRangeHeaders()
 {
     const auto current = connection();
-    if (contentLength_ == 0) return current->setHeaderField("Content-Length", "0");
+    if (contentLength_ == 0) return;
     const std::string end = std::to_string(contentLength_ - 1) + "/" + std::to_string(contentLength_);
     if (sentBytes() >= 0) {
         current->setHeaderField("X-BX-ENABLE-RESUME", "");

@@ -38,6 +38,7 @@ protected:
 
 private:
     bool readyForStream();
+    std::uint64_t skippedBytes() const;
     std::unique_ptr<InputStream> makeRequestStream() const;
     void setupContentLength();
     void setRangeHeaders();

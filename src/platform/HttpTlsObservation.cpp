@@ -23,7 +23,8 @@ int holderIndex()
 void onInfo(const SSL* connection, int where, int alert)
 {
     constexpr int alertRead = SSL_CB_READ_ALERT;
-    if ((where & alertRead) != alertRead) return;
+    // Warnings, such as the one that ends a connection in good order, are no verdict.
+    if ((where & alertRead) != alertRead || alert >> 8 != SSL3_AL_FATAL) return;
     const auto* holder = static_cast<Holder*>(SSL_CTX_get_ex_data(SSL_get_SSL_CTX(connection), holderIndex()));
     if (holder) (*holder)->alert = alert & 0xff;
 }

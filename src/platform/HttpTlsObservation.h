@@ -13,7 +13,7 @@ struct HttpTlsObservation
 
     /// The server asked for a client certificate.
     std::atomic<bool> certificateRequested = false;
-    /// The last alert that the server sent.
+    /// The last fatal alert that the server sent.
     std::atomic<int> alert = noAlert;
     /// The server's own certificate (an X509*) as the last handshake showed it; null before. The stream's thread.
     std::shared_ptr<void> serverCertificate;

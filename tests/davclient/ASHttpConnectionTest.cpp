@@ -1,6 +1,7 @@
 #include "davclient/ASHttpConnection.h"
 
 #include <atomic>
+#include <semaphore>
 #include <thread>
 
 #include "WireFixture.h"
@@ -106,6 +107,53 @@ TEST_F(ASHttpConnectionTest, HeadersAreLimited)
         EXPECT_EQ(command->connection()->getRequestStreamError()->kind, HttpStreamFailure::headerTooLarge);
     }
 }
+
+struct EndlessCase
+{
+    const char* name;
+    const char* begin;
+    std::string piece;
+    bool tunnels = false;
+};
+
+class ASHttpConnectionEndless : public ASHttpConnectionTest, public ::testing::WithParamInterface<EndlessCase>
+{
+};
+
+TEST_P(ASHttpConnectionEndless, IsAnErrorAfterABoundedPart)
+{
+    constexpr std::size_t given = std::size_t(1) << 30;
+    const EndlessCase& c = GetParam();
+    std::atomic<std::size_t> sent = 0;
+    serve([&](const RawServer::Request&) {
+        return RawServer::Answer{c.begin, true, [&] { return (sent += c.piece.size()) < given ? c.piece : ""; }};
+    });
+    info_->setIsUseProxy(c.tunnels);
+    info_->setIsUseProxyHTTPS(c.tunnels);
+    info_->setProxyHost("127.0.0.1");
+    info_->setProxyPort(server_->port());
+    auto command = make<ASWDCmdPropFind>();
+    run(*command);
+    expectConnectionError(*command, ASHttpConnection::streamFailed);
+    EXPECT_LT(command->responseBody().size(), 10U);
+    server_.reset();
+    // What the two ends' sockets hold is more than what is read.
+    EXPECT_LT(sent, given / 16);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Heads, ASHttpConnectionEndless,
+    ::testing::Values(EndlessCase{"line", "HTTP/1.1 200 OK\r\nX: ", std::string(4096, 'x')},
+                      EndlessCase{"statusLine", "HTTP/1.1 200 ", std::string(4096, 'x')},
+                      EndlessCase{"fields", "HTTP/1.1 200 OK\r\n", "X: 1\r\n"},
+                      EndlessCase{"longFields", "HTTP/1.1 200 OK\r\n", "X: " + std::string(4096, 'x') + "\r\n"},
+                      EndlessCase{"folds", "HTTP/1.1 200 OK\r\nX: 1\r\n", " " + std::string(4096, 'x') + "\r\n"},
+                      EndlessCase{"interimAnswers", "", "HTTP/1.1 102 Processing\r\n\r\n"},
+                      EndlessCase{"trailers", "HTTP/1.1 207 M\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n",
+                                  "X: " + std::string(1000, 'x') + "\r\n"},
+                      EndlessCase{"tunnelFields", "HTTP/1.1 200 OK\r\n", "X: 1\r\n", true},
+                      EndlessCase{"tunnelLine", "HTTP/1.1 200 OK\r\nX: ", std::string(4096, 'x'), true}),
+    [](const auto& one) { return std::string(one.param.name); });
 
 TEST_F(ASHttpConnectionTest, ChunkedAndCloseDelimitedBodiesAreRead)
 {
@@ -223,6 +271,35 @@ TEST_F(ASHttpConnectionTest, TimeLimitsAreTheCommandsOwn)
     EXPECT_EQ(limitOf(*make<ASWDCmdPropFind>()), 25) << "5 seconds until its body has been seen to go out";
     EXPECT_EQ(limitOf(*make<ASWDCmdMkCol>()), 120);
     EXPECT_EQ(limitOf(*make<ASWDCmdGet>()), 120);
+}
+
+TEST_F(ASHttpConnectionTest, ADownloadTimesOutOnlyWhenItStandsStill)
+{
+    std::counting_semaphore permits{0};
+    std::atomic<bool> over = false;
+    // The server's thread is let go even where a check ends the test.
+    const std::shared_ptr<void> end(nullptr, [&](void*) {
+        over = true;
+        permits.release();
+        server_.reset();
+    });
+    serve([&](const RawServer::Request&) {
+        return RawServer::Answer{"HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n", false,
+                                 [&] { return permits.acquire(), over ? std::string() : "0123456789"; }};
+    });
+    auto command = make<ASWDCmdGet>();
+    command->setLocalFile(path("f"));
+    ASSERT_TRUE(start(*command));
+    const auto connection = command->connection();
+    for (std::uint64_t received = 10; received <= 50; received += 10) {
+        permits.release();
+        loop_->runUntil([&] { return connection->processedResponseBodyBytes() == received; });
+        advance(115s);
+        ASSERT_EQ(handled_, 0) << received;
+    }
+    advance(5s);
+    expectConnectionError(*command, ASHttpConnection::timedOut);
+    EXPECT_EQ(readFile("f").size(), 50U);
 }
 
 TEST_F(ASHttpConnectionTest, AnUploadTimesOutOnlyWhenItStandsStill)

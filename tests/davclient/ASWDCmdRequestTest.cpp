@@ -183,21 +183,23 @@ TEST_P(ASWDCmdUploadRequest, AnnouncesItsRange)
                                 agent + c.fields + length + "\r\n");
     EXPECT_EQ(request.body.size(), c.bodyLength);
     const auto offset = static_cast<std::size_t>(std::max<std::int64_t>(c.sentBytes, 0));
-    EXPECT_TRUE(*c.key != 0 || request.body == content.substr(offset));
+    EXPECT_EQ(request.body, (*c.key ? encrypted("f", c.key) : content).substr(offset));
     EXPECT_EQ(command->connection()->processedRequestBodyBytes(), c.bodyLength);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Ranges, ASWDCmdUploadRequest,
-    ::testing::Values(UploadCase{"whole", 13, -1, "", true, "Content-Range: bytes 0-12/13\r\n", 13},
-                      UploadCase{"wholeToPlainServer", 13, -1, "", false, "", 13},
-                      UploadCase{"empty", 0, -1, "", true, "", 0},
-                      UploadCase{"resumeAtStart", 13, 0, "", true,
-                                 "X-BX-ENABLE-RESUME:\r\nContent-Range: bytes 0-12/13\r\n", 13},
-                      UploadCase{"resume", 20000, 9001, "", true,
-                                 "X-BX-ENABLE-RESUME:\r\nContent-Range: bytes 9001-19999/20000\r\n", 10999},
-                      UploadCase{"encrypted", 32, -1, "key", true, "Content-Range: bytes 0-47/48\r\n", 48},
-                      UploadCase{"encryptedEmpty", 0, -1, "key", true, "Content-Range: bytes 0-15/16\r\n", 16}),
+    ::testing::Values(
+        UploadCase{"whole", 13, -1, "", true, "Content-Range: bytes 0-12/13\r\n", 13},
+        UploadCase{"wholeToPlainServer", 13, -1, "", false, "", 13}, UploadCase{"empty", 0, -1, "", true, "", 0},
+        UploadCase{"resumeAtStart", 13, 0, "", true, "X-BX-ENABLE-RESUME:\r\nContent-Range: bytes 0-12/13\r\n", 13},
+        UploadCase{"resume", 20000, 9001, "", true, "X-BX-ENABLE-RESUME:\r\nContent-Range: bytes 9001-19999/20000\r\n",
+                   10999},
+        UploadCase{"resumeAtEnd", 13, 13, "", true, "X-BX-ENABLE-RESUME:\r\nContent-Range: bytes 13-12/13\r\n", 0},
+        UploadCase{"encrypted", 32, -1, "key", true, "Content-Range: bytes 0-47/48\r\n", 48},
+        UploadCase{"resumeEncrypted", 20000, 9001, "key", true,
+                   "X-BX-ENABLE-RESUME:\r\nContent-Range: bytes 9001-20015/20016\r\n", 11015},
+        UploadCase{"encryptedEmpty", 0, -1, "key", true, "Content-Range: bytes 0-15/16\r\n", 16}),
     [](const auto& one) { return std::string(one.param.name); });
 
 TEST_F(ASWDCmdRequest, PutSendsItsDates)

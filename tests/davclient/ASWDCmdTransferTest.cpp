@@ -4,7 +4,6 @@
 #include "davclient/ASWDCmdSimple.h"
 #include "davclient/ASWDCmdUpload.h"
 #include "platform/FileSystem.h"
-#include "security/BXSyncAESInputStream.h"
 
 namespace tidemark {
 namespace {
@@ -110,16 +109,7 @@ TEST_F(ASWDCmdTransfer, EncryptedDownloadStartsOverAndDecrypts)
 {
     const std::string plain(40000, 'p');
     writeFile("plain", plain);
-    BXSyncAESInputStream encrypting(path("plain"), "key", false);
-    ASSERT_TRUE(encrypting.open());
-    std::string cipher(50000, '\0');
-    std::size_t length = 0;
-    while (encrypting.hasBytesAvailable()) {
-        const auto count = encrypting.read(std::as_writable_bytes(std::span(cipher).subspan(length)));
-        ASSERT_GT(count, 0);
-        length += static_cast<std::size_t>(count);
-    }
-    serve(httpAnswer(200, cipher.substr(0, length)));
+    serve(httpAnswer(200, encrypted("plain", "key")));
     writeFile("f", "old part");
     auto command = makeGet(5);
     command->setEncryptKey("key");

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <span>
+#include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -11,6 +14,7 @@
 #include "davclient/ASWDCmd.h"
 #include "platform/Places.h"
 #include "platform/RunLoop.h"
+#include "security/BXSyncAESInputStream.h"
 #include "support/ManualClock.h"
 #include "support/RawServer.h"
 
@@ -55,6 +59,21 @@ protected:
     {
         std::ifstream file(path(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    /// What the file's content becomes under `key`.
+    std::string encrypted(const std::string& name, const std::string& key) const
+    {
+        BXSyncAESInputStream encrypting(path(name), key, false);
+        EXPECT_TRUE(encrypting.open());
+        std::string content;
+        std::array<char, 4096> block;
+        while (encrypting.hasBytesAvailable()) {
+            const auto count = encrypting.read(std::as_writable_bytes(std::span(block)));
+            if (count < 0) throw std::runtime_error("encrypting");
+            content.append(block.data(), static_cast<std::size_t>(count));
+        }
+        return content;
     }
 
     template <class Command>

@@ -56,6 +56,14 @@ bool sendAll(int socket, std::string_view bytes)
     return true;
 }
 
+bool sendMore(int socket, const RawServer::Answer& answer)
+{
+    if (!answer.more) return true;
+    for (std::string piece = answer.more(); !piece.empty(); piece = answer.more())
+        if (!sendAll(socket, piece)) return false;
+    return true;
+}
+
 } // namespace
 
 std::string RawServer::Request::field(const std::string& name) const
@@ -177,7 +185,7 @@ void RawServer::serve(int socket, int connection)
         }
         onActivity_();
         const Answer answer = handler_(request);
-        if (!sendAll(socket, answer.bytes)) return;
+        if (!sendAll(socket, answer.bytes) || !sendMore(socket, answer)) return;
         if (answer.closes) {
             ::shutdown(socket, SHUT_RDWR);
             return;

@@ -30,6 +30,8 @@ public:
     {
         std::string bytes;
         bool closes = false;
+        /// What follows, piece by piece until an empty one; called on the connection's thread while the client reads.
+        std::function<std::string()> more = {};
     };
 
     /// Called for each request on the thread of its connection.
