@@ -1,5 +1,6 @@
 #include "app/ConnectionCheck.h"
 
+#include "davclient/ASHttpConnection.h"
 #include "platform/RunLoop.h"
 #include "security/BXSyncCertificateManager.h"
 
@@ -60,11 +61,13 @@ ConnectionVerdict ConnectionCheck::refusal(LoginReason reason) const
     case LoginReason::untrustedServerCertificate:
         if (const auto certificate = conf_->info()->untrustedCertificate())
             return {.kind = Kind::untrustedCertificate, .certificate = *certificate};
-        return {.kind = Kind::clientCertificate};
+        return {.kind = Kind::untrustedCertificate};
     case LoginReason::connectionFailed:
         break;
     }
-    return {.kind = Kind::noConnection};
+    const auto& error = conf_->loginError();
+    const bool aboutOurs = error && error->userInfo.contains(ASHttpConnection::clientCertificateErrorKey);
+    return {.kind = aboutOurs ? Kind::clientCertificate : Kind::noConnection};
 }
 
 ConnectionVerdict ConnectionCheck::checkFolder()

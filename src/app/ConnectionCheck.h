@@ -34,7 +34,7 @@ struct ConnectionVerdict
     Kind kind = Kind::noConnection;
     /// Message key of the table "TidemarkResource".
     std::string folderFault{};
-    /// The one that is not trusted.
+    /// The one that is not trusted, where the server showed it.
     std::optional<ServerCertificate> certificate{};
     /// "" for a server without the product's extensions.
     std::string marlockVersion{};

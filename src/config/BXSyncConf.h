@@ -91,6 +91,10 @@ public:
     /// Ends a login or folder check under way: the login's failure handler runs with false and nobody is asked, the
     /// check answers "CONNECTION_ERROR". Holds until the next login or check begins. Any thread.
     void cancelRequests();
+    /// Why the last attempt of a login came to a reason: the request's error, or domain loginStatusDomain with the
+    /// status that was answered as its code. Nothing before, and after a login that succeeded. The login's thread.
+    const std::optional<Error>& loginError() const { return loginError_; }
+    static constexpr const char* loginStatusDomain = "HTTPStatus";
 
     const std::shared_ptr<ASHttpConnectInfo>& info() const { return info_; }
 
@@ -200,6 +204,7 @@ private:
     std::string syncinfoPath_;
     std::string logname_;
     bool discardPsi_ = false;
+    std::optional<Error> loginError_;
 
     std::mutex runningMutex_; // guards the two below
     std::weak_ptr<ASWDCmd> running_;

@@ -26,6 +26,14 @@ std::optional<Error> failureOf(const ASWDCmd& command)
     return challenged && connection ? connection->error() : command.error();
 }
 
+Error errorOf(const ASWDCmd& command)
+{
+    if (command.error()) return *command.error();
+    const int status = command.statusCode();
+    const std::string text = "The server answered with status " + std::to_string(status) + ".";
+    return {BXSyncConf::loginStatusDomain, status, {{Error::descriptionKey, text}}};
+}
+
 /// "" where an escape is malformed.
 std::string urlDecoded(std::string text)
 {
@@ -44,6 +52,7 @@ LoginAttempt::LoginAttempt(std::shared_ptr<BXSyncConf> conf, BXSyncConf::LoginHa
 
 void LoginAttempt::start()
 {
+    conf_->loginError_.reset();
     command_ = std::make_shared<ASWDCmdOptions>(conf_->url().withTrailingSlash(), conf_->info());
     // Holds this attempt until the handler has run.
     command_->setCompleteEventHandler([self = shared_from_this()] { self->finished(); });
@@ -62,6 +71,7 @@ void LoginAttempt::finished()
     const auto error = failureOf(*command);
     const bool webDAV = !error && status == 200 && head && learn(head->header, *conf_);
     const auto reason = reasonFor(error, status, conf_->info()->validatesSecureCertificate());
+    conf_->loginError_ = reason ? std::optional(errorOf(*command)) : std::nullopt;
     if (reason)
         retry(*reason);
     else if (webDAV)

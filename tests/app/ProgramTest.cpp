@@ -6,7 +6,7 @@
 #include "SyncLibrary/BXSyncRunLock.h"
 #include "devserver/Server.h"
 #include "tests/app/CommandWorld.h"
-#include "tests/app/ProgramRun.h"
+#include "tests/app/ProgramWorld.h"
 #include "tests/support/Certificates.h"
 #include "tests/support/RawServer.h"
 
@@ -20,12 +20,11 @@ using testing::contentOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using testing::ProgramRun;
-using testing::TemporaryFolder;
 
 constexpr const char* password = "open-sesame";
 
 /// The program against a server in this process that wants a sign-in.
-struct ProgramTest : ::testing::Test
+struct ProgramTest : testing::ProgramWorld
 {
     devserver::Options serverOptions() const
     {
@@ -38,22 +37,6 @@ struct ProgramTest : ::testing::Test
         options.password = password;
         options.refusals = {{.pattern = "locked*", .status = 423}};
         return options;
-    }
-    std::vector<std::string> withConfig(std::vector<std::string> arguments) const
-    {
-        arguments.push_back("--config-dir");
-        arguments.push_back(folder.path("config"));
-        return arguments;
-    }
-    /// Runs to the end without a terminal and keeps what was written.
-    int tidemark(std::vector<std::string> arguments, const std::string& input = {})
-    {
-        ProgramRun program(withConfig(std::move(arguments)), folder.path(), input);
-        const int status = program.finish();
-        output = program.output();
-        messages = program.messages();
-        everything += output + messages;
-        return status;
     }
     void createConfiguration(const std::string& name = "work", std::vector<std::string> more = {})
     {
@@ -91,11 +74,7 @@ struct ProgramTest : ::testing::Test
         stdfs::last_write_time(path, stdfs::file_time_type::clock::now() + std::chrono::minutes(minutes));
     }
 
-    TemporaryFolder folder;
     devserver::Server server{serverOptions()};
-    std::string output;
-    std::string messages;
-    std::string everything;
 };
 
 TEST_F(ProgramTest, ListsThenSyncsThenHasNothingToDo)

@@ -300,12 +300,16 @@ TEST_F(LoginTest, TheHandlerDecidesWhetherToTryAgain)
     login(askingHandler());
     EXPECT_THAT(events, ElementsAre("success"));
     EXPECT_THAT(reasons, ElementsAre(LoginReason::serverAuthentication, LoginReason::connectionFailed));
+    EXPECT_FALSE(conf->loginError());
 
     answers = {testing::httpAnswer(503)};
     events.clear();
     tries = 0;
     login(askingHandler());
     EXPECT_THAT(events, ElementsAre("failure(false)"));
+    ASSERT_TRUE(conf->loginError());
+    EXPECT_EQ(conf->loginError()->domain, BXSyncConf::loginStatusDomain);
+    EXPECT_EQ(conf->loginError()->code, 503);
     events.clear();
     login(nullptr);
     EXPECT_THAT(events, ElementsAre("failure(true)"));

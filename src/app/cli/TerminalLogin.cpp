@@ -3,6 +3,7 @@
 #include "app/cli/Console.h"
 #include "app/cli/Secrets.h"
 #include "app/cli/Terminal.h"
+#include "davclient/ASHttpConnection.h"
 
 namespace tidemark::cli {
 
@@ -30,6 +31,18 @@ std::optional<Credentials> askCredentials(CommandContext& context, const std::st
 std::string hostText(const BXSyncConf& conf)
 {
     return conf.url().host() + ":" + std::to_string(conf.url().port());
+}
+
+std::string connectionFailure(const BXSyncConf& conf)
+{
+    const Error error = conf.loginError().value_or(Error{});
+    if (error.domain == BXSyncConf::loginStatusDomain)
+        return "the server " + hostText(conf) + " answered with status " + std::to_string(error.code);
+    const auto own = error.value(ASHttpConnection::clientCertificateErrorKey);
+    if (own == "ClientCertificateNone") return "the server " + hostText(conf) + " asks for a client certificate";
+    if (!own.empty()) return "the server " + hostText(conf) + " does not accept the client certificate";
+    const auto reason = error.description();
+    return "there is no connection to " + conf.serverURL() + (reason.empty() ? "" : ": " + reason);
 }
 
 } // namespace
@@ -69,7 +82,7 @@ std::string TerminalLogin::failure(const BXSyncConf& conf) const
     case LoginReason::untrustedServerCertificate:
         return "the certificate of the server " + hostText(conf) + " is not trusted";
     case LoginReason::connectionFailed:
-        return "there is no connection to " + conf.serverURL();
+        return connectionFailure(conf);
     }
     return "";
 }
