@@ -1,5 +1,6 @@
 #include "app/qt/MenuWindow.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QGridLayout>
 #include <QLabel>
@@ -25,7 +26,8 @@ QLabel* makeText(const QString& content)
 } // namespace
 
 MenuWindow::MenuWindow(StatusMenu& menu, QWidget* parent)
-    : QWidget(parent), icon_(new QLabel), state_(makeText({})), message_(makeText(text("Desktop", "NO_STATUS_AREA")))
+    : QWidget(parent), icon_(new QLabel), state_(makeText({})), message_(makeText(text("Desktop", "NO_STATUS_AREA"))),
+      show_(new QPushButton(text("Desktop", "NOTICE_SHOW")))
 {
     setWindowTitle(QStringLiteral("Tidemark"));
     auto* open = new QPushButton(text("Desktop", "OPEN_MENU"));
@@ -35,7 +37,13 @@ MenuWindow::MenuWindow(StatusMenu& menu, QWidget* parent)
     layout->addWidget(icon_, 0, 0, Qt::AlignTop);
     layout->addWidget(state_, 0, 1);
     layout->addWidget(message_, 1, 0, 1, 2);
-    layout->addWidget(open, 2, 0, 1, 2, Qt::AlignTrailing);
+    show_->hide();
+    connect(show_, &QPushButton::clicked, this, [this] { open_(); });
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(show_);
+    buttons->addWidget(open);
+    layout->addLayout(buttons, 2, 0, 1, 2);
     layout->setColumnStretch(1, 1);
     layout->setRowStretch(1, 1);
     setMinimumWidth(fontMetrics().averageCharWidth() * 48);
@@ -48,10 +56,13 @@ void MenuWindow::showState(const QIcon& icon, const QString& toolTip)
     state_->setText(toolTip);
 }
 
-void MenuWindow::showMessage(const QString& message)
+void MenuWindow::showNotice(const Notice& notice)
 {
-    message_->setText(message);
+    open_ = notice.open;
+    message_->setText(notice.title + "\n" + notice.message);
+    show_->setVisible(open_ != nullptr);
     raise();
+    QApplication::alert(this);
 }
 
 void MenuWindow::closeEvent(QCloseEvent* event)

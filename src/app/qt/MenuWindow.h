@@ -3,7 +3,10 @@
 #include <QIcon>
 #include <QWidget>
 
+#include "app/qt/Notice.h"
+
 class QLabel;
+class QPushButton;
 
 namespace tidemark::qt {
 
@@ -19,7 +22,8 @@ public:
     explicit MenuWindow(StatusMenu& menu, QWidget* parent = nullptr);
 
     void showState(const QIcon& icon, const QString& toolTip);
-    void showMessage(const QString& message);
+    /// With a button for what it is about.
+    void showNotice(const Notice& notice);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -28,6 +32,8 @@ private:
     QLabel* const icon_;
     QLabel* const state_;
     QLabel* const message_;
+    QPushButton* const show_;
+    std::function<void()> open_;
 };
 
 } // namespace tidemark::qt

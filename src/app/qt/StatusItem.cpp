@@ -57,7 +57,7 @@ void StatusItem::moveToStatusArea()
 {
     icon_ = std::make_unique<QSystemTrayIcon>();
     icon_->setContextMenu(&menu_);
-    connect(icon_.get(), &QSystemTrayIcon::messageClicked, this, &StatusItem::notificationClicked);
+    connect(icon_.get(), &QSystemTrayIcon::messageClicked, this, &StatusItem::openNotice);
     connect(icon_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger) menu_.popup(QCursor::pos());
     });
@@ -81,10 +81,17 @@ void StatusItem::display()
     if (window_) window_->showState(iconOf(state_), toolTip_);
 }
 
-void StatusItem::notify(const QString& title, const QString& message)
+void StatusItem::notify(const Notice& notice)
 {
-    if (icon_) icon_->showMessage(title, message, QSystemTrayIcon::Warning);
-    if (window_) window_->showMessage(message);
+    open_ = notice.open;
+    if (icon_) icon_->showMessage(notice.title, notice.message, QSystemTrayIcon::Warning);
+    if (window_) window_->showNotice(notice);
+}
+
+void StatusItem::openNotice()
+{
+    // What it opens may bring the next notice.
+    if (const auto open = open_) open();
 }
 
 } // namespace tidemark::qt

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include <QObject>
 #include <QString>
 #include <QTimer>
+
+#include "app/qt/Notice.h"
 
 class QSystemTrayIcon;
 
@@ -17,8 +20,6 @@ class StatusMenu;
 /// window with the same menu. Main thread.
 class StatusItem : public QObject
 {
-    Q_OBJECT
-
 public:
     enum class State
     {
@@ -34,13 +35,11 @@ public:
     /// `toolTip` says what the last run came to.
     void show(State state, const QString& toolTip);
     State state() const { return state_; }
-    /// Tells a person who is not looking.
-    void notify(const QString& title, const QString& message);
+    /// A click on it opens what it is about; of several notices that is the last one.
+    void notify(const Notice& notice);
+    /// The last notice has been clicked.
+    void openNotice();
     bool isInStatusArea() const { return icon_ != nullptr; }
-
-signals:
-    /// A person has clicked a notification.
-    void notificationClicked();
 
 private:
     /// Moves to the status area where there is one.
@@ -51,6 +50,7 @@ private:
     StatusMenu& menu_;
     State state_ = State::idle;
     QString toolTip_;
+    std::function<void()> open_;
     std::unique_ptr<QSystemTrayIcon> icon_;
     std::unique_ptr<MenuWindow> window_;
     QTimer look_;

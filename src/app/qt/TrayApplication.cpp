@@ -2,7 +2,6 @@
 
 #include <QApplication>
 
-#include "SyncLibrary/BXSyncFileWatcher.h"
 #include "Utils/BXTidemarkUtils.h"
 #include "app/SyncItem.h"
 #include "app/SyncTaskRun.h"
@@ -22,6 +21,7 @@ namespace {
 
 constexpr int checkMilliseconds = 1000;
 constexpr int exitStepMilliseconds = 20;
+constexpr std::chrono::seconds patienceWithQuestions(3);
 
 TrayWindows::Outside windowsOutside(const TrayApplication::Outside& outside, BXSyncProgressModel& progress,
                                     SyncItems& items)
@@ -40,7 +40,12 @@ TrayApplication::TrayApplication(Outside outside)
                  return std::make_shared<SyncTaskRun>(
                      task, SyncTaskRun::Outside{outside_.store, outside_.settings, progress_, &confirm_, &items_});
              }}),
-      maintenance_(menu_, outside.store, *this)
+      maintenance_(menu_, outside.store, *this),
+      notices_({[this](const Notice& notice) {
+                    if (statusItem_) statusItem_->notify(notice);
+                },
+                [this](const std::string& name) { windows_->showLog(name); },
+                [this](const std::string& name) { windows_->showSettings(name); }})
 {
     BXTidemarkUtils::setAlertPresenter(dialogs_);
     windows_->setActions({[this] { return menu_.syncExecuting(); },
@@ -54,6 +59,7 @@ TrayApplication::TrayApplication(Outside outside)
 
 TrayApplication::~TrayApplication()
 {
+    ModalQuestion::watch({}, {});
     ModalQuestion::dismissAll();
     BXTidemarkUtils::setAlertPresenter(nullptr);
     ModalQuestion::admit();
@@ -73,7 +79,7 @@ void TrayApplication::start()
         [this] { return outside_.store.enableConfigNames(); },
         [this](StatusMenuEntry::Action action, const std::string& name) { perform(action, name); });
     statusItem_ = std::make_unique<StatusItem>(*statusMenu_);
-    connect(statusItem_.get(), &StatusItem::notificationClicked, this, [this] { windows_->showLog(lastName_); });
+    ModalQuestion::watch(patienceWithQuestions, [this](QDialog& question) { notices_.questionUnseen(question); });
     outside_.store.startWatching();
     changes_ = std::make_unique<ConfigurationChanges>(outside_.store);
     if (outside_.settings.syncOnStartUp()) menu_.execSyncOnTerminate(false, {});
@@ -184,8 +190,7 @@ void TrayApplication::runEnded(const std::string& name, SequenceOutcome outcome,
 {
     lastName_ = name;
     showState();
-    if (inBackground && isTroubleFor(outcome) && statusItem_)
-        statusItem_->notify(text("Desktop", "NOTIFY_TITLE", {{"name", name}}), outcomeText(outcome));
+    notices_.runEnded(name, outcome, inBackground);
 }
 
 void TrayApplication::sequenceWillBegin(bool progressShown)
@@ -233,11 +238,7 @@ void TrayApplication::wakeMainLoop()
 
 void TrayApplication::watchDidFail(const std::string& confName, const DirectoryWatchFailure& failure)
 {
-    const bool isGone = failure.kind == DirectoryWatchFailure::Kind::rootGone;
-    if (statusItem_)
-        statusItem_->notify(
-            text("Desktop", "NOTIFY_TITLE", {{"name", confName}}),
-            text("Desktop", isGone ? "WATCH_GONE" : "WATCH_FAILED", {{"name", confName}, {"error", failure.text}}));
+    notices_.watchFailed(confName, failure);
 }
 
 void TrayApplication::taskDidBegin(const BXSyncTask& task)

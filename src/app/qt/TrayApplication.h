@@ -16,6 +16,7 @@
 #include "app/StatusMenuEntries.h"
 #include "app/SyncItems.h"
 #include "app/qt/MainLoop.h"
+#include "app/qt/Notices.h"
 #include "app/qt/StatusItem.h"
 #include "app/qt/StatusMenu.h"
 
@@ -91,6 +92,7 @@ private:
     std::unique_ptr<TrayWindows> windows_;
     BXSyncTopMenu menu_;
     BXSyncMaintenanceMenu maintenance_;
+    const Notices notices_;
     std::unique_ptr<StatusMenu> statusMenu_;
     std::unique_ptr<StatusItem> statusItem_;
     QTimer check_;

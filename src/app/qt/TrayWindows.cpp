@@ -90,12 +90,15 @@ void TrayWindows::showVersion()
     bringToFront(*version_);
 }
 
-void TrayWindows::showSettings()
+void TrayWindows::showSettings(const std::string& configuration)
 {
     if (!settings_)
         settings_ = std::make_unique<SettingsWindow>(SettingsWindow::Outside{
             outside_.store, [this](const std::string& name) { showLog(name); }, [this] { showGeneralSettings(); }});
-    settings_->reload();
+    if (configuration.empty())
+        settings_->reload();
+    else
+        settings_->showConfiguration(configuration);
     bringToFront(*settings_);
 }
 

@@ -58,7 +58,8 @@ public:
     void showSyncList();
     void showLog(const std::string& configuration);
     void showVersion();
-    void showSettings();
+    /// At `configuration` where one is named.
+    void showSettings(const std::string& configuration = {});
     void showGeneralSettings();
     /// False where a person wants to go on editing.
     bool closeSettings();

@@ -70,7 +70,9 @@ CertificateTrustDialog::CertificateTrustDialog(const QString& server,
     : QDialog(parent)
 {
     setWindowTitle(text(table, "CERTIFICATE_TITLE"));
-    auto* question = makeBody(text(table, "CERTIFICATE_QUESTION", {{"server", toUtf8(server)}}));
+    const auto asked = text(table, "CERTIFICATE_QUESTION", {{"server", toUtf8(server)}});
+    setAccessibleDescription(asked);
+    auto* question = makeBody(asked);
     auto* buttons = new QDialogButtonBox;
     auto* trust = buttons->addButton(text(table, "CERTIFICATE_TRUST"), QDialogButtonBox::AcceptRole);
     auto* refuse = buttons->addButton(text(table, "CERTIFICATE_REFUSE"), QDialogButtonBox::RejectRole);

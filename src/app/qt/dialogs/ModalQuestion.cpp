@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QPointer>
+#include <QTimer>
 
 namespace tidemark::qt::ModalQuestion {
 
@@ -14,6 +15,8 @@ struct Questions
 {
     std::vector<QPointer<QDialog>> open;
     bool refused = false;
+    std::chrono::milliseconds patience{0};
+    std::function<void(QDialog&)> unseen;
 };
 
 Questions& questions()
@@ -33,6 +36,14 @@ void rejectOthers()
         if (dialog) dialog->reject();
 }
 
+void tellWhenUnseen(QDialog& dialog)
+{
+    QTimer::singleShot(questions().patience, &dialog, [&dialog] {
+        const bool isSeen = QApplication::activeWindow() && !dialog.isMinimized();
+        if (dialog.isVisible() && !isSeen && questions().unseen) questions().unseen(dialog);
+    });
+}
+
 } // namespace
 
 int ask(QDialog& dialog)
@@ -46,10 +57,17 @@ int ask(QDialog& dialog)
     dialog.raise();
     dialog.activateWindow();
     QApplication::alert(&dialog);
+    tellWhenUnseen(dialog);
     const int result = dialog.exec();
     // Nested questions have ended before this one comes back.
     all.open.pop_back();
     return result;
+}
+
+void watch(std::chrono::milliseconds patience, std::function<void(QDialog&)> unseen)
+{
+    questions().patience = patience;
+    questions().unseen = std::move(unseen);
 }
 
 bool isOpen()

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
+
 class QDialog;
 
 /// Dialogs that block their caller. Main thread.
@@ -8,6 +11,10 @@ namespace tidemark::qt::ModalQuestion {
 /// Shows the dialog in front, modal over the program, and comes back with its result code when it has ended. Other
 /// events are handled meanwhile, so that questions may be nested.
 int ask(QDialog& dialog);
+
+/// `unseen` is told of each question that has been open for this long without a window of the program being active; an
+/// empty one of none.
+void watch(std::chrono::milliseconds patience, std::function<void(QDialog&)> unseen);
 
 /// Whether somebody waits for an answer.
 bool isOpen();

@@ -78,6 +78,7 @@ int QtDialogs::showAlert(const Alert& alert)
 {
     QMessageBox box(iconOf(alert.style), fromUtf8(alert.title), breakable(fromUtf8(alert.message)));
     box.setTextFormat(Qt::PlainText);
+    box.setAccessibleDescription(fromUtf8(alert.message));
     std::vector<QPushButton*> buttons;
     for (const auto& choice : alert.choices)
         buttons.push_back(

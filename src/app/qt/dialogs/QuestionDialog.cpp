@@ -14,6 +14,7 @@ QuestionDialog::QuestionDialog(BXSyncMessageBoxModel model, QStyle::StandardPixm
     : QDialog(parent), model_(std::move(model))
 {
     setWindowTitle(fromUtf8(model_.title()));
+    setAccessibleDescription(fromUtf8(model_.body()));
     auto* layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addLayout(makeHeader(*this, icon, makeBody(fromUtf8(model_.body()))));

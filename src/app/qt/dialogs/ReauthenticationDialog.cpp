@@ -24,6 +24,7 @@ ReauthenticationDialog::ReauthenticationDialog(const QString& message, const QSt
     : QDialog(parent), user_(new QLineEdit(user)), password_(new QLineEdit)
 {
     setWindowTitle(text(table, "SIGN_IN_TITLE"));
+    setAccessibleDescription(message);
     auto* question = makeBody(message);
     password_->setEchoMode(QLineEdit::Password);
     auto* form = new QFormLayout;
