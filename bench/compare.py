@@ -212,7 +212,12 @@ def micro(bench):
     subprocess.run([bench.build / "bench" / "bench_micro"], check=True)
 
 
-BENCHES = {"micro": [micro], "sync": [many_files, big_file], "requests": [requests],
+def cancel(bench):
+    """How soon a cancel from another thread ends a request that stands still."""
+    subprocess.run([bench.build / "bench" / "bench_cancel", "20" if bench.quick else "200"], check=True)
+
+
+BENCHES = {"micro": [micro], "sync": [many_files, big_file], "requests": [requests], "cancel": [cancel],
            "crypto": [aes_streams, crypto], "service": [arrivals, watching]}
 
 
