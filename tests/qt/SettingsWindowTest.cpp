@@ -13,9 +13,11 @@
 #include <QSpinBox>
 #include <QTabWidget>
 #include <QTest>
+#include <QTimer>
 
 #include "SyncLibrary/BXSyncRunLock.h"
 #include "app/qt/Texts.h"
+#include "app/qt/dialogs/ModalQuestion.h"
 #include "app/qt/settings/FieldNote.h"
 #include "app/qt/settings/FirstRunAssistant.h"
 #include "config/BXSyncConfigManager.h"
@@ -26,7 +28,6 @@ namespace tidemark::qt {
 namespace {
 
 using ::testing::ElementsAre;
-using Unsaved = SettingsWindow::Unsaved;
 
 class SettingsWindowTest : public ::testing::Test
 {
@@ -94,7 +95,7 @@ protected:
     BXSyncConfigManager store{tree.path("config")};
     QStringList asked;
     bool agrees = true;
-    Unsaved unsaved = Unsaved::keepEditing;
+    UnsavedAnswer unsaved = UnsavedAnswer::keepEditing;
 };
 
 TEST_F(SettingsWindowTest, badInputGetsItsMessageAndStays)
@@ -217,7 +218,7 @@ TEST_F(SettingsWindowTest, nothingTypedIsLostUnasked)
     EXPECT_EQ(list->currentItem()->text(), first);
     EXPECT_EQ(user->text(), "kim");
     EXPECT_FALSE(window->close());
-    unsaved = Unsaved::apply;
+    unsaved = UnsavedAnswer::save;
     list->setCurrentRow(1);
     EXPECT_EQ(store.get(toUtf8(first), false)->info()->username(), "kim");
 }
@@ -245,6 +246,33 @@ TEST_F(SettingsWindowTest, aRefusedSaveIsSaidInTheDesktopsLanguageAndKeepsWhatWa
     std::filesystem::remove(store.configFilePath("work"));
     applyAndExpect("REASON_GONE");
     Localization::setLanguage("en");
+}
+
+TEST_F(SettingsWindowTest, aQuestionThatIsOpenWhenTheProgramClosesChangesNothing)
+{
+    create("work");
+    SettingsWindow window({store, [](const std::string&) {}, [] {}});
+    window.show();
+    const auto dismissWhen = [&](const std::function<void()>& asks) {
+        bool wasOpen = false;
+        QTimer::singleShot(0, &window, [&] {
+            wasOpen = ModalQuestion::isOpen();
+            ModalQuestion::dismissAll();
+        });
+        asks();
+        ModalQuestion::admit();
+        EXPECT_TRUE(wasOpen);
+    };
+    for (const char* key : {"DELETE", "CHOOSE", "IMPORT"}) {
+        SCOPED_TRACE(key);
+        dismissWhen([&] { button(window, key)->click(); });
+    }
+    auto* user = named<QLineEdit>(window, "USER");
+    type(*user, "kim");
+    dismissWhen([&] { window.close(); });
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_EQ(user->text(), "kim");
+    EXPECT_THAT(store.configNames(), ElementsAre("work"));
 }
 
 TEST_F(SettingsWindowTest, theAssistantWantsAnAddressFirst)

@@ -2,7 +2,6 @@
 
 #include <QComboBox>
 #include <QDir>
-#include <QFileDialog>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -15,6 +14,7 @@
 #include "app/qt/settings/FaultTexts.h"
 #include "app/qt/settings/FieldNote.h"
 #include "app/qt/settings/ServerCheck.h"
+#include "app/qt/settings/SettingsQuestions.h"
 #include "config/BXSyncConfigManager.h"
 #include "platform/FileSystem.h"
 
@@ -88,7 +88,7 @@ QWizardPage* FirstRunAssistant::makeFolderPage()
         mode_->addItem(text(table, key), static_cast<int>(mode));
     auto* choose = new QPushButton(text(table, "CHOOSE"));
     connect(choose, &QPushButton::clicked, this, [this] {
-        const auto folder = QFileDialog::getExistingDirectory(this, text(table, "LOCAL").remove('&'), local_->text());
+        const auto folder = chooseFolder(this, text(table, "LOCAL").remove('&'), local_->text());
         if (!folder.isEmpty()) local_->setText(folder);
     });
     auto* row = new QHBoxLayout;

@@ -2,12 +2,12 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 
 #include "app/qt/Texts.h"
+#include "app/qt/settings/SettingsQuestions.h"
 
 namespace tidemark::qt {
 
@@ -95,7 +95,7 @@ QWidget* FoldersPage::makeFolderChooser()
     layout->addWidget(local_, 1);
     layout->addWidget(choose);
     connect(choose, &QPushButton::clicked, this, [this] {
-        const auto folder = QFileDialog::getExistingDirectory(this, textOf("LOCAL").remove('&'), local_->text());
+        const auto folder = chooseFolder(this, textOf("LOCAL").remove('&'), local_->text());
         if (folder.isEmpty()) return;
         local_->setText(folder);
         emit changed();

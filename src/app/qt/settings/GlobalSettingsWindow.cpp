@@ -17,7 +17,7 @@
 #include "app/qt/Texts.h"
 #include "app/qt/settings/FaultTexts.h"
 #include "app/qt/settings/FieldNote.h"
-#include "app/qt/settings/UnsavedChanges.h"
+#include "app/qt/settings/SettingsQuestions.h"
 
 namespace tidemark::qt {
 

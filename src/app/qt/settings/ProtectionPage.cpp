@@ -1,12 +1,12 @@
 #include "app/qt/settings/ProtectionPage.h"
 
 #include <QCheckBox>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 
 #include "app/qt/Texts.h"
+#include "app/qt/settings/SettingsQuestions.h"
 
 namespace tidemark::qt {
 
@@ -32,8 +32,7 @@ QWidget* ProtectionPage::makeLogChooser()
 {
     auto* choose = new QPushButton(textOf("CHOOSE"));
     connect(choose, &QPushButton::clicked, this, [this] {
-        const auto folder =
-            QFileDialog::getExistingDirectory(this, textOf("LOG_FOLDER").remove('&'), logFolder_->text());
+        const auto folder = chooseFolder(this, textOf("LOG_FOLDER").remove('&'), logFolder_->text());
         if (folder.isEmpty()) return;
         logFolder_->setText(folder);
         emit changed();

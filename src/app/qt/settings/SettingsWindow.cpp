@@ -4,7 +4,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QTabWidget>
@@ -24,37 +23,12 @@ namespace {
 
 constexpr const char* table = "Settings";
 
-SettingsWindow::Unsaved askUnsavedByBox(QWidget* parent)
-{
-    QMessageBox box(QMessageBox::Question, text(table, "TITLE"), text(table, "UNSAVED_QUESTION"), QMessageBox::NoButton,
-                    parent);
-    auto* apply = box.addButton(text(table, "APPLY"), QMessageBox::AcceptRole);
-    auto* discard = box.addButton(text(table, "DISCARD"), QMessageBox::DestructiveRole);
-    auto* stay = box.addButton(text("TidemarkResource", "CANCEL"), QMessageBox::RejectRole);
-    box.setDefaultButton(stay);
-    box.setEscapeButton(stay);
-    box.exec();
-    if (box.clickedButton() == apply) return SettingsWindow::Unsaved::apply;
-    return box.clickedButton() == discard ? SettingsWindow::Unsaved::discard : SettingsWindow::Unsaved::keepEditing;
-}
-
-bool askYesByBox(QWidget* parent, const QString& question)
-{
-    QMessageBox box(QMessageBox::Question, text(table, "TITLE"), question, QMessageBox::NoButton, parent);
-    box.setTextFormat(Qt::PlainText);
-    auto* yes = box.addButton(text("TidemarkResource", "YES"), QMessageBox::AcceptRole);
-    auto* no = box.addButton(text("TidemarkResource", "NO"), QMessageBox::RejectRole);
-    box.setDefaultButton(no);
-    box.setEscapeButton(no);
-    box.exec();
-    return box.clickedButton() == yes;
-}
-
 } // namespace
 
 SettingsWindow::SettingsWindow(Outside outside, QWidget* parent)
-    : DismissibleWindow(parent), outside_(std::move(outside)), askUnsaved_([this] { return askUnsavedByBox(this); }),
-      askYes_([this](const QString& question) { return askYesByBox(this, question); })
+    : DismissibleWindow(parent), outside_(std::move(outside)),
+      askUnsaved_([this] { return askAboutUnsaved(this, text(table, "UNSAVED_QUESTION")); }),
+      askYes_([this](const QString& question) { return askYes(this, question); })
 {
     setWindowTitle(text(table, "TITLE"));
     auto* layout = new QHBoxLayout(this);
@@ -162,12 +136,12 @@ bool SettingsWindow::leaveDraft()
 {
     if (!isModified_) return true;
     switch (askUnsaved_()) {
-    case Unsaved::apply:
+    case UnsavedAnswer::save:
         return apply();
-    case Unsaved::discard:
+    case UnsavedAnswer::discard:
         load(loaded_);
         return true;
-    case Unsaved::keepEditing:
+    case UnsavedAnswer::keepEditing:
         break;
     }
     return false;

@@ -7,6 +7,7 @@
 
 #include "app/ConfigurationDraft.h"
 #include "app/qt/DismissibleWindow.h"
+#include "app/qt/settings/SettingsQuestions.h"
 
 class QLabel;
 class QListWidget;
@@ -31,13 +32,6 @@ public:
         std::function<void(const std::string& name)> showLog;
         std::function<void()> showGeneralSettings;
     };
-    /// What becomes of changes that have not been applied.
-    enum class Unsaved
-    {
-        apply,
-        discard,
-        keepEditing
-    };
 
     explicit SettingsWindow(Outside outside, QWidget* parent = nullptr);
 
@@ -45,7 +39,7 @@ public:
     /// The store has changed; what is being typed stays.
     void reload();
     /// How a person is asked; for tests.
-    void setAskUnsaved(std::function<Unsaved()> ask) { askUnsaved_ = std::move(ask); }
+    void setAskUnsaved(std::function<UnsavedAnswer()> ask) { askUnsaved_ = std::move(ask); }
     void setAskYes(std::function<bool(const QString& question)> ask) { askYes_ = std::move(ask); }
 
 protected:
@@ -74,7 +68,7 @@ private:
     void say(const QString& message);
 
     const Outside outside_;
-    std::function<Unsaved()> askUnsaved_;
+    std::function<UnsavedAnswer()> askUnsaved_;
     std::function<bool(const QString&)> askYes_;
     QListWidget* list_ = nullptr;
     QTabWidget* tabs_ = nullptr;

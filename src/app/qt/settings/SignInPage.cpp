@@ -2,24 +2,20 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFileDialog>
 #include <QHBoxLayout>
-#include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QPushButton>
 
 #include "app/qt/Texts.h"
+#include "app/qt/settings/FieldNote.h"
+#include "app/qt/settings/IdentityImport.h"
 #include "app/qt/settings/ServerCheck.h"
-#include "platform/FileSystem.h"
 #include "security/BXSyncCertificateManager.h"
 
 namespace tidemark::qt {
 
 namespace {
-
-constexpr std::int64_t largestDocument = 1024 * 1024;
 
 IdentityStore& identities()
 {
@@ -38,6 +34,8 @@ SignInPage::SignInPage(Draft draft, QWidget* parent)
     addNote(user_, Field::user);
     addRow("PASSWORD", password_);
     addRow("IDENTITY", identity_, makeIdentityRow());
+    identityNote_ = new FieldNote(identity_);
+    addWide(identityNote_);
     addWide(ignoreCertificate_);
     warning_ = addHint(textOf("IGNORE_CERTIFICATE_WARNING"));
     addWide(usesProxy_);
@@ -58,9 +56,12 @@ SignInPage::~SignInPage() = default;
 
 QWidget* SignInPage::makeIdentityRow()
 {
-    connect(identity_, &QComboBox::activated, this, &DraftPage::changed);
+    connect(identity_, &QComboBox::activated, this, [this] {
+        identityNote_->setFault({});
+        emit changed();
+    });
     auto* import = new QPushButton(textOf("IMPORT"));
-    connect(import, &QPushButton::clicked, this, &SignInPage::importIdentity);
+    connect(import, &QPushButton::clicked, this, &SignInPage::import);
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins({});
@@ -85,6 +86,7 @@ QWidget* SignInPage::makeCheckRow()
 void SignInPage::fillIdentities(const std::string& chosen)
 {
     identity_->clear();
+    identityNote_->setFault({});
     identity_->addItem(textOf("IDENTITY_NONE"), QString());
     for (const auto& identity : identities().list().identities) {
         const auto issuer =
@@ -98,29 +100,12 @@ void SignInPage::fillIdentities(const std::string& chosen)
     identity_->setCurrentIndex(std::max(identity_->findData(fromUtf8(chosen)), 0));
 }
 
-void SignInPage::importIdentity()
+void SignInPage::import()
 {
-    const auto path = QFileDialog::getOpenFileName(this, textOf("IMPORT").remove('&'), {}, textOf("IMPORT_FILTER"));
-    if (path.isEmpty()) return;
-    const auto document = fs::readFile(toUtf8(path), largestDocument);
-    if (!document) {
-        QMessageBox::warning(this, textOf("IMPORT_FAILED"), fromUtf8(document.error().description()));
-        return;
-    }
-    auto added = identities().add(*document, "");
-    if (!added && added.error().code == IdentityStore::wrongPassphrase) {
-        bool isGiven = false;
-        const auto passphrase = QInputDialog::getText(this, textOf("PASSPHRASE_TITLE"), textOf("PASSPHRASE"),
-                                                      QLineEdit::Password, {}, &isGiven);
-        if (!isGiven) return;
-        added = identities().add(*document, toUtf8(passphrase));
-    }
-    if (!added) {
-        QMessageBox::warning(this, textOf("IMPORT_FAILED"), fromUtf8(added.error().description()));
-        return;
-    }
-    BXSyncCertificateManager::getInstance().reloadCertifications();
-    fillIdentities(added->identifier);
+    const auto imported = importIdentity(this);
+    identityNote_->setFault(imported.fault);
+    if (imported.identifier.empty()) return;
+    fillIdentities(imported.identifier);
     emit changed();
 }
 

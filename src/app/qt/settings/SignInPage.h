@@ -35,7 +35,7 @@ private:
     QWidget* makeIdentityRow();
     QWidget* makeCheckRow();
     void fillIdentities(const std::string& chosen);
-    void importIdentity();
+    void import();
     void showProxy();
     void startCheck();
 
@@ -43,6 +43,7 @@ private:
     QLineEdit* const user_;
     QLineEdit* const password_;
     QComboBox* const identity_;
+    FieldNote* identityNote_ = nullptr;
     QCheckBox* const ignoreCertificate_;
     QLabel* warning_ = nullptr;
     QCheckBox* const usesProxy_;
