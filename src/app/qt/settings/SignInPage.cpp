@@ -8,6 +8,7 @@
 #include <QPushButton>
 
 #include "app/qt/Texts.h"
+#include "app/qt/dialogs/CertificateChooserDialog.h"
 #include "app/qt/settings/FieldNote.h"
 #include "app/qt/settings/IdentityImport.h"
 #include "app/qt/settings/ServerCheck.h"
@@ -60,12 +61,15 @@ QWidget* SignInPage::makeIdentityRow()
         identityNote_->setFault({});
         emit changed();
     });
+    auto* choose = new QPushButton(textOf("CHOOSE_IDENTITY"));
+    connect(choose, &QPushButton::clicked, this, &SignInPage::choose);
     auto* import = new QPushButton(textOf("IMPORT"));
     connect(import, &QPushButton::clicked, this, &SignInPage::import);
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins({});
     layout->addWidget(identity_, 1);
+    layout->addWidget(choose);
     layout->addWidget(import);
     return row;
 }
@@ -98,6 +102,15 @@ void SignInPage::fillIdentities(const std::string& chosen)
                            fromUtf8(identity.identifier));
     }
     identity_->setCurrentIndex(std::max(identity_->findData(fromUtf8(chosen)), 0));
+}
+
+void SignInPage::choose()
+{
+    CertificateChooserDialog chooser(this);
+    const auto chosen = BXSyncCertificateManager::getInstance().selectCert(chooser);
+    if (!chosen) return;
+    fillIdentities(*chosen);
+    emit changed();
 }
 
 void SignInPage::import()

@@ -35,6 +35,7 @@ private:
     QWidget* makeIdentityRow();
     QWidget* makeCheckRow();
     void fillIdentities(const std::string& chosen);
+    void choose();
     void import();
     void showProxy();
     void startCheck();
