@@ -1,7 +1,5 @@
 #include "app/BXSyncMaintenanceMenu.h"
 
-#include <atomic>
-
 #include "SyncLibrary/BXSyncRunLock.h"
 #include "Utils/BXTidemarkUtils.h"
 #include "app/BXSyncTopMenu.h"
@@ -123,7 +121,8 @@ BXSyncMaintenanceMenu::Outcome BXSyncMaintenanceMenu::download(const std::vector
     std::vector<Hold> holds;
     for (const auto& conf : configurations(names)) {
         auto hold = forgetState(*conf);
-        if (!hold || !emptyLocalFolder(conf->localPath())) return Outcome::stopped;
+        const auto empty = [this, path = conf->localPath()] { return emptyLocalFolder(path); };
+        if (!hold || !inBackground("LocalFolderEmptying", empty)) return Outcome::stopped;
         holds.push_back(std::move(*hold));
         tasks.push_back(taskFor(conf));
     }
@@ -157,11 +156,12 @@ std::optional<BXSyncMaintenanceMenu::Hold> BXSyncMaintenanceMenu::forgetState(co
     return lock ? std::move(*lock) : nullptr;
 }
 
-bool BXSyncMaintenanceMenu::emptyLocalFolder(const std::string& localPath)
+bool BXSyncMaintenanceMenu::emptyLocalFolder(const std::string& localPath) const
 {
     const auto entries = fs::listFolder(localPath);
     if (!entries) return goesOnWithout(localPath);
     for (const auto& entry : *entries) {
+        if (stopped_) return false;
         const auto path = fs::joinPath(localPath, entry.name);
         if (!fs::removeTree(path) && !goesOnWithout(path)) return false;
     }
@@ -170,7 +170,6 @@ bool BXSyncMaintenanceMenu::emptyLocalFolder(const std::string& localPath)
 
 bool BXSyncMaintenanceMenu::serverFileDelete(const std::shared_ptr<BXSyncConf>& conf, std::vector<Hold>& holds)
 {
-    std::atomic<bool> goesOn = false;
     auto askForLogin = [this](BXSyncConf& asked, LoginReason reason) {
         bool answer = false;
         BXTidemarkUtils::execMainThread([&] { answer = frontEnd_.loginDialog(asked, reason); });
@@ -181,11 +180,27 @@ bool BXSyncMaintenanceMenu::serverFileDelete(const std::shared_ptr<BXSyncConf>& 
         if (hold) holds.push_back(std::move(*hold));
         return hold.has_value();
     };
-    NamedThread thread(
-        "ServerFileDelete", [&] { goesOn = ServerFolderEmptying(conf, askForLogin, forget).run(); },
-        [this] { frontEnd_.wakeMainLoop(); });
-    frontEnd_.runMainLoopUntil([&thread] { return thread.isFinished(); });
+    ServerFolderEmptying emptying(conf, askForLogin, forget);
+    emptying_ = &emptying;
+    const bool goesOn = inBackground("ServerFileDelete", [&emptying] { return emptying.run(); });
+    emptying_ = nullptr;
     return goesOn;
+}
+
+bool BXSyncMaintenanceMenu::inBackground(const char* threadName, const std::function<bool()>& work)
+{
+    if (stopped_) return false;
+    std::atomic<bool> goesOn = false;
+    NamedThread thread(
+        threadName, [&] { goesOn = work(); }, [this] { frontEnd_.wakeMainLoop(); });
+    frontEnd_.runMainLoopUntil([&thread] { return thread.isFinished(); });
+    return goesOn && !stopped_;
+}
+
+void BXSyncMaintenanceMenu::stop()
+{
+    stopped_ = true;
+    if (emptying_) emptying_->cancel();
 }
 
 } // namespace tidemark

@@ -21,16 +21,6 @@ std::string resourceTypeBody()
            "<D:include><D:supported-live-property-set/><D:supported-report-set/></D:include></D:propfind>";
 }
 
-/// Runs one command on this thread; the status of its answer, 0 where there is none.
-int execute(ASWDCmd& command)
-{
-    bool ended = false;
-    command.setCompleteEventHandler([&ended] { ended = true; });
-    if (!command.execute()) return 0;
-    RunLoop::current()->runUntil([&ended] { return ended; });
-    return command.error() ? 0 : command.statusCode();
-}
-
 } // namespace
 
 ServerFolderEmptying::ServerFolderEmptying(std::shared_ptr<BXSyncConf> conf, BXSyncConf::LoginHandler loginHandler,
@@ -39,14 +29,51 @@ ServerFolderEmptying::ServerFolderEmptying(std::shared_ptr<BXSyncConf> conf, BXS
 {
 }
 
+void ServerFolderEmptying::cancel()
+{
+    std::shared_ptr<ASWDCmd> running;
+    {
+        std::lock_guard lock(mutex_);
+        cancelled_ = true;
+        running = running_;
+    }
+    conf_->cancelRequests();
+    if (running) running->cancel();
+}
+
+bool ServerFolderEmptying::isCancelled()
+{
+    std::lock_guard lock(mutex_);
+    return cancelled_;
+}
+
+/// Runs one command on this thread; the status of its answer, 0 where there is none.
+int ServerFolderEmptying::execute(const std::shared_ptr<ASWDCmd>& command)
+{
+    bool ended = false;
+    command->setCompleteEventHandler([&ended] { ended = true; });
+    {
+        std::lock_guard lock(mutex_);
+        if (cancelled_) return 0;
+        running_ = command;
+    }
+    const bool begun = command->execute();
+    if (begun) RunLoop::current()->runUntil([&ended] { return ended; });
+    std::lock_guard lock(mutex_);
+    running_ = nullptr;
+    return !begun || command->error() ? 0 : command->statusCode();
+}
+
 bool ServerFolderEmptying::run()
 {
     if (!login()) {
+        if (isCancelled()) return false;
         BXTidemarkUtils::showErrorAlert("CONNECTION_ERROR");
         return false;
     }
     if (!forgetState_()) return false;
     const auto entries = list();
+    if (isCancelled()) return false;
     if (!entries) {
         BXTidemarkUtils::showSelectAlert("PROPFIND_LIST_ERROR_CONFIRM", "ERROR", {"OK"}, AlertStyle::critical, {});
         return false;
@@ -68,7 +95,7 @@ std::optional<std::vector<Url>> ServerFolderEmptying::list()
     auto command = std::make_shared<ASWDCmdPropFind>(conf_->url().withTrailingSlash(), conf_->info());
     command->setDepth(1);
     command->setRequestBody(resourceTypeBody());
-    if (execute(*command) != 207) return std::nullopt;
+    if (execute(command) != 207) return std::nullopt;
     const auto listing =
         BXSyncMultistatusReader(conf_->url(), conf_->marlockVersion()).read(command->responseBody(), false);
     if (!listing) return std::nullopt;
@@ -85,7 +112,8 @@ bool ServerFolderEmptying::deleteEntries(const std::vector<Url>& entries)
 {
     for (const auto& entry : entries) {
         auto command = std::make_shared<ASWDCmdDelete>(entry, conf_->info());
-        if (execute(*command) == 204) continue;
+        if (execute(command) == 204) continue;
+        if (isCancelled()) return false;
         const int answer =
             BXTidemarkUtils::showSelectAlert("FILEDELETE_ERROR_CONFIRM", "ERROR", {"NO", "YES"}, AlertStyle::critical,
                                              table, {{"filename", entry.displayString()}});

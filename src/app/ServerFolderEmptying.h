@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -9,6 +10,8 @@
 #include "platform/Url.h"
 
 namespace tidemark {
+
+class ASWDCmd;
 
 /// Deletes all that a configuration's server folder holds on its top level, but hidden entries. Runs on a thread of its
 /// own; its questions go through BXTidemarkUtils to the main thread.
@@ -23,8 +26,12 @@ public:
 
     /// False when the operation is to stop.
     bool run();
+    /// Ends the run without a further question. Any thread.
+    void cancel();
 
 private:
+    int execute(const std::shared_ptr<ASWDCmd>& command);
+    bool isCancelled();
     bool login();
     std::optional<std::vector<Url>> list();
     bool deleteEntries(const std::vector<Url>& entries);
@@ -32,6 +39,9 @@ private:
     std::shared_ptr<BXSyncConf> conf_;
     BXSyncConf::LoginHandler loginHandler_;
     ForgetState forgetState_;
+    std::mutex mutex_; // guards both below
+    bool cancelled_ = false;
+    std::shared_ptr<ASWDCmd> running_;
 };
 
 } // namespace tidemark

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <sys/fsuid.h>
+#include <thread>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -276,6 +277,22 @@ TEST_F(MaintenanceMenu, RefusedDuringASequence)
     topMenu.cancelSync();
     waitUntilIdle();
     EXPECT_TRUE(state.exists("config/work.psi"));
+}
+
+TEST_F(MaintenanceMenu, EndsAtOnceWhileTheProgramCloses)
+{
+    server.addFault({.method = "DELETE", .effect = fault::Stall{}});
+    alerts->answers = {1, 1};
+    std::thread closing([this] {
+        EXPECT_TRUE(server.waitForFaults(1));
+        frontEnd.loop->post([this] { menu.stop(); });
+    });
+    EXPECT_EQ(menu.uploadAll(), BXSyncMaintenanceMenu::Outcome::stopped);
+    closing.join();
+    EXPECT_EQ(menu.downloadAll(), BXSyncMaintenanceMenu::Outcome::stopped);
+    EXPECT_FALSE(topMenu.syncExecuting());
+    EXPECT_EQ(alerts->questions.size(), 2U) << "nobody is there to be told";
+    EXPECT_TRUE(local.exists("a.txt"));
 }
 
 TEST_F(MaintenanceMenu, WithoutAnEnabledConfigurationTheyOnlyAsk)

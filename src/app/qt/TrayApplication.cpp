@@ -49,7 +49,9 @@ TrayApplication::TrayApplication(Outside outside)
 {
     BXTidemarkUtils::setAlertPresenter(dialogs_);
     windows_->setActions({[this] { return menu_.syncExecuting(); },
-                          [this](const std::vector<std::string>& names) { menu_.syncStart(names, false); }});
+                          [this](const std::vector<std::string>& names) {
+                              if (!exit_.isActive()) menu_.syncStart(names, false);
+                          }});
     check_.setSingleShot(true);
     check_.setInterval(checkMilliseconds);
     connect(&check_, &QTimer::timeout, this, &TrayApplication::check);
@@ -98,6 +100,7 @@ void TrayApplication::check()
 void TrayApplication::perform(StatusMenuEntry::Action action, const std::string& name)
 {
     using Action = StatusMenuEntry::Action;
+    if (exit_.isActive() && action != Action::exit) return;
     switch (action) {
     case Action::syncAll:
     case Action::syncListAll:
@@ -137,6 +140,7 @@ void TrayApplication::maintain(StatusMenuEntry::Action action)
 void TrayApplication::requestExit()
 {
     ModalQuestion::dismissAll();
+    maintenance_.stop();
     if (exit_.isActive()) {
         menu_.cancelSync();
         mayQuit_ = true;
