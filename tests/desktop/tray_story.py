@@ -5,6 +5,7 @@ driven by mouse and keyboard, against the development server. Screenshots go to 
     tray_story.py TIDEMARK TIDEMARK_TRAY DEVSERVER [SCREENSHOTS]
 """
 
+import json
 import os
 import shutil
 import signal
@@ -14,150 +15,254 @@ import tempfile
 import time
 from pathlib import Path
 
-NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwd", "convert")
+from desktop import Desktop, Processes, Server, missing, wait_for
+
 SKIPPED = 77
-PATIENCE = 600
-TRIES = 5
 
-
-class Desktop:
-    """A screen, a window manager and a status area, ended with the story."""
-
-    def __init__(self, folder):
-        self.folder = folder
-        self.processes = []
-        display, end = os.pipe()
-        self.start("Xvfb", "-displayfd", str(end), "-screen", "0", "1280x800x24", pass_fds=(end,))
-        os.close(end)
-        with os.fdopen(display) as numbers:
-            os.environ["DISPLAY"] = ":" + numbers.readline().strip()
-        self.start("openbox")
-        self.start("trayer", "--SetDockType", "true", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24",
-                   "--monitor", "primary")
-        wait_for("the status area", lambda: run("xdotool", "search", "--class", "trayer"))
-
-    def start(self, *command, **options):
-        log = open(self.folder / f"{Path(command[0]).name}-{len(self.processes)}.log", "wb")
-        process = subprocess.Popen(command, stdout=log, stderr=log, stdin=subprocess.DEVNULL, **options)
-        self.processes.append(process)
-        return process
-
-    def end(self):
-        for process in reversed(self.processes):
-            if process.poll() is None:
-                process.terminate()
-                process.wait(timeout=30)
-
-
-def run(*command, check=False):
-    done = subprocess.run(command, capture_output=True, text=True)
-    if check and done.returncode != 0:
-        raise SystemExit(f"{command} ended with {done.returncode}: {done.stderr}")
-    return done.stdout.strip()
-
-
-def soon(condition, looks=20):
-    for _ in range(looks):
-        if condition():
-            return True
-        time.sleep(0.05)
-    return False
-
-
-def wait_for(what, condition):
-    if not soon(condition, PATIENCE):
-        raise SystemExit(f"waited in vain for {what}")
+# The status item's menu, one key press down for each entry.
+SYNC_ALL, LIST_ALL, SYNC_ONE, LIST_ONE, SETTINGS, MAINTENANCE, VERSION, QUIT = (["Down"] * n for n in range(1, 9))
+PROGRESS = "Synchronization"
 
 
 class Story:
     def __init__(self, tidemark, tray, devserver, folder, shots):
-        self.tidemark, self.tray, self.folder, self.shots = tidemark, tray, folder, shots
+        self.tidemark, self.tray = tidemark, tray
         self.config = folder / "config"
-        self.local, self.remote = folder / "local", folder / "server" / "files"
-        self.local.mkdir()
-        self.remote.mkdir(parents=True)
-        self.desktop = Desktop(folder)
-        port = folder / "port"
-        self.desktop.start(devserver, "--root", str(folder / "server"), "--port", "0", "--port-file", str(port),
-                           "--product")
-        wait_for("the server", lambda: port.exists() and port.read_text().strip())
-        self.url = f"http://127.0.0.1:{port.read_text().strip()}/files"
+        self.processes = Processes(folder)
+        self.program = None
+        try:
+            self.server = Server(self.processes, devserver, folder, "anna")
+            self.desktop = Desktop(self.processes, shots)
+        except BaseException:
+            self.processes.end()
+            raise
+        self.remote = self.server.root / "documents"
+        self.local = folder / "Documents"
 
-    def command(self, *arguments):
-        return subprocess.run([self.tidemark, "--config-dir", str(self.config), *arguments], capture_output=True,
-                              text=True)
+    # What the chapters share. ---------------------------------------------------------------------------------------
 
-    def shot(self, name):
-        picture = self.shots / f"{name}.png"
-        with subprocess.Popen(["xwd", "-root", "-silent"], stdout=subprocess.PIPE) as screen:
-            subprocess.run(["convert", "xwd:-", str(picture)], stdin=screen.stdout, check=True)
+    def command(self, *arguments, fails=False):
+        done = subprocess.run([self.tidemark, "--config-dir", str(self.config), *arguments], capture_output=True,
+                              text=True, timeout=60)
+        assert fails or done.returncode == 0, (arguments, done.stderr)
+        return done
 
-    def window(self, title):
-        return run("xdotool", "search", "--onlyvisible", "--name", title)
+    def state(self):
+        """What the program says of itself; nothing while it does not run."""
+        done = self.command("status", "--json", fails=True)
+        return json.loads(done.stdout) if done.returncode == 0 else {}
 
-    def panel(self):
-        """Where the status area is, and how large."""
-        ids = run("xdotool", "search", "--onlyvisible", "--class", "trayer").splitlines()
-        lines = run("xdotool", "getwindowgeometry", "--shell", ids[-1]).splitlines() if ids else []
-        return {"WIDTH": 0, **{key: int(value) for key, value in (line.split("=") for line in lines)}}
+    def begin(self):
+        self.program = self.processes.start(self.tray, "--config-dir", str(self.config))
+        wait_for("the application", self.state)
+        wait_for("its place in the status area", self.desktop.has_status_item)
 
-    def choose(self, *keys):
-        """Opens the status item's menu and goes through it with the keyboard."""
-        def windows():
-            return run("xdotool", "search", "--onlyvisible", "--class", "tidemark-tray")
+    def ended(self):
+        assert self.program.wait(timeout=60) == 0, self.program.returncode
+        assert not self.state()
 
-        # A window that comes or goes at that moment closes the menu: a person clicks again, too.
-        before = windows()
-        for _ in range(TRIES):
-            panel = self.panel()
-            run("xdotool", "mousemove", str(panel["X"] + 12), str(panel["Y"] + 12), "click", "3", check=True)
-            if soon(lambda: windows() != before):
-                break
-            before = windows()
-        else:
-            raise SystemExit("the menu does not open")
-        self.shot("menu")
-        run("xdotool", "key", *keys, check=True)
+    def idle(self):
+        wait_for("the end of the run", lambda: self.state().get("state") == "idle")
+        self.desktop.gone(PROGRESS)
+
+    def watches(self):
+        return any(one["watcher"] == "watching" for one in self.state()["configurations"])
+
+    def arrives(self, name, idle=True):
+        wait_for(f"{name} on the server", lambda: (self.remote / name).exists())
+        if idle:
+            self.idle()
+
+    def both_sides(self):
+        def files(folder):
+            paths = (path for path in folder.rglob("*") if path.is_file())
+            return {str(path.relative_to(folder)): path.read_bytes() for path in paths}
+        return files(self.local), files(self.remote)
+
+    def in_step(self):
+        local, remote = self.both_sides()
+        assert local == remote, (sorted(local), sorted(remote))
+        return local
+
+    # The chapters. --------------------------------------------------------------------------------------------------
+
+    def first_start(self):
+        """Nothing is configured: the assistant asks, does not take a wrong password, and the first sync begins."""
+        (self.remote / "letters").mkdir(parents=True)
+        for number in range(8):
+            (self.remote / "letters" / f"letter {number}.txt").write_text(f"Dear {number}")
+        self.server.start("secret")
+        self.begin()
+        desktop = self.desktop
+        desktop.use("Welcome to Tidemark")
+        desktop.shot("assistant, empty")
+        desktop.fill(f"{self.server.url}/documents", "anna", "wrong")
+        desktop.keys("Return")
+        wait_for("the refusal", lambda: any('"status":401' in line.replace(" ", "") for line in self.server.requests()))
+        desktop.shot("assistant, wrong password")
+        desktop.fill("secret")
+        desktop.keys("Return")
+        wait_for("the folder's check", lambda: any("PROPFIND" in line for line in self.server.requests()))
+        desktop.shot("assistant, folder")
+        desktop.fill("Documents", str(self.local))
+        desktop.keys("Return")
+        desktop.shot("assistant, done")
+        self.server.slow("GET", 150)
+        desktop.keys("Return")
+        desktop.gone("Welcome to Tidemark")
+        wait_for("the progress window", lambda: desktop.windows(PROGRESS))
+        desktop.shot("first sync")
+        wait_for("the files", lambda: self.local.is_dir() and len(self.both_sides()[0]) == 8)
+        self.idle()
+        self.server.release()
+        self.in_step()
+
+    def conflict(self):
+        """Three files changed on both sides, one question: the answer is for all of them."""
+        names = [f"letter {number}.txt" for number in range(3)]
+        now = int(time.time())
+        for number, name in enumerate(names):
+            for side, folder, moment in (("here", self.local, now - 60), ("there", self.remote, now - 120)):
+                path = folder / "letters" / name
+                path.write_text(f"{number} {side}")
+                os.utime(path, (moment, moment))
+        self.desktop.choose(*SYNC_ALL, "Return", shot="menu")
+        self.desktop.use("Conflict")
+        self.desktop.shot("conflict")
+        self.desktop.keys("alt+o")
+        self.desktop.shot("conflict, for all that follow")
+        self.desktop.keys("alt+k")
+        self.idle()
+        files = self.in_step()
+        assert all(files[f"letters/{name}"] == f"{number} here".encode() for number, name in enumerate(names)), files
+
+    def menu(self):
+        """Every entry does what it says; the maintenance has a chapter of its own."""
+        desktop = self.desktop
+        (self.local / "note.txt").write_text("note")
+        desktop.choose(*LIST_ALL, "Return")
+        desktop.use("Changes")
+        desktop.shot("changes")
+        desktop.keys("Escape")
+        desktop.gone("Changes")
+        assert not (self.remote / "note.txt").exists(), "listing changes nothing"
+        desktop.choose(*LIST_ONE, "Right", "Return", shot="menu, changes of")
+        desktop.use("Changes")
+        desktop.keys("alt+s")
+        self.arrives("note.txt")
+        desktop.gone("Changes")
+
+        (self.local / "other.txt").write_text("other")
+        desktop.choose(*SYNC_ONE, "Right", "Return", shot="menu, one configuration")
+        self.arrives("other.txt")
+
+        desktop.choose(*VERSION, "Return")
+        desktop.use("About Tidemark")
+        desktop.shot("version")
+        desktop.keys("Escape")
+        desktop.gone("About Tidemark")
+
+        desktop.choose(*SETTINGS, "Return")
+        desktop.use("Settings")
+        desktop.shot("settings")
+        desktop.keys("alt+g")
+        desktop.use("General Settings")
+        desktop.shot("general settings")
+        desktop.keys("Escape")
+        desktop.gone("General Settings")
+        desktop.use("Settings")
+        desktop.keys("Escape")
+        desktop.gone("Settings")
+
+    def second_start(self):
+        """There is one program for these configurations: the second one shows the first one's settings."""
+        again = subprocess.run([self.tray, "--config-dir", str(self.config)], timeout=60)
+        assert again.returncode == 0
+        self.desktop.use("Settings")
+        self.desktop.keys("Escape")
+        self.desktop.gone("Settings")
+        refused = self.command("run", fails=True)
+        assert refused.returncode == 7 and "tidemark-tray" in refused.stderr, refused.stderr
+
+    def server_restart(self):
+        """The server goes in the middle of a run and comes back: the countdown goes on by itself."""
+        self.command("settings", "set", "BXSYNC_HTTP_RECONNECTION_INTERVAL", "3")
+        photos = [f"photo {number:02}.jpg" for number in range(20)]
+        for photo in photos:
+            (self.local / photo).write_bytes(photo.encode() * 1000)
+        self.server.slow("PUT", 200)
+        self.desktop.choose(*SYNC_ALL, "Return")
+        wait_for("the first photos", lambda: sum((self.remote / photo).exists() for photo in photos) > 3)
+        self.server.stop()
+        wait_for("the lost connection", lambda: self.desktop.windows("Connection Lost"))
+        self.desktop.shot("connection lost")
+        assert not all((self.remote / photo).exists() for photo in photos), "the run was not cut short"
+        self.server.start("secret")
+        for photo in photos:
+            self.arrives(photo, idle=False)
+        self.idle()
+        self.desktop.gone("Connection Lost")
+        self.in_step()
+
+    def changed_password(self):
+        """The server's password is another one: a wrong answer is asked again, the right one lets the run go on."""
+        self.server.stop()
+        self.server.start("sesame")
+        (self.local / "signed in.txt").write_text("signed in")
+        self.desktop.choose(*SYNC_ALL, "Return")
+        self.desktop.use("Sign In")
+        self.desktop.shot("sign in")
+        first = self.desktop.windows("Sign In")
+        self.desktop.fill("wrong")
+        self.desktop.keys("Return")
+        wait_for("the next question", lambda: self.desktop.windows("Sign In") not in ([], first))
+        self.desktop.use("Sign In")
+        self.desktop.shot("sign in, again")
+        self.desktop.fill("sesame")
+        self.desktop.keys("Return")
+        self.arrives("signed in.txt")
+        self.server.stop()
+        self.server.start("secret")
+
+    def saved_file(self):
+        """A file that is saved is noticed."""
+        self.command("config", "set", "Documents", "--autosync", "yes")
+        wait_for("the watcher", self.watches)
+        (self.local / "letters" / "saved.txt").write_text("saved")
+        self.arrives("letters/saved.txt")
+        self.command("config", "set", "Documents", "--autosync", "no")
+        wait_for("the watcher's end", lambda: not self.watches())
+
+    def quit(self):
+        self.command("settings", "set", "BXSYNC_SYNC_ON_EXIT", "yes")
+        (self.local / "last.txt").write_text("last")
+        self.desktop.choose(*QUIT, "Return")
+        self.ended()
+        assert "last.txt" in self.in_step()
+
+    def chapters(self):
+        return (self.first_start, self.conflict, self.menu, self.second_start, self.server_restart,
+                self.changed_password, self.saved_file, self.quit)
 
     def tell(self):
-        created = self.command("config", "create", "work", "--url", self.url, "--local", str(self.local))
-        assert created.returncode == 0, created.stderr
-        (self.local / "first.txt").write_text("first")
-        program = self.desktop.start(self.tray, "--config-dir", str(self.config))
-        wait_for("the application", lambda: self.command("status").returncode == 0)
-        wait_for("its place in the status area", lambda: self.panel()["WIDTH"] >= 20)
-
-        self.choose("Down", "Return")
-        wait_for("the file on the server", lambda: (self.remote / "first.txt").exists())
-        wait_for("the end of the run", lambda: "idle" in self.command("status").stdout)
-        wait_for("the end of the progress window", lambda: not self.window("Synchroni"))
-        self.choose("Up", "Up", "Return")
-        wait_for("the version", lambda: self.window("Tidemark"))
-        self.shot("version")
-        run("xdotool", "key", "Escape")
-
-        again = subprocess.run([self.tray, "--config-dir", str(self.config)], timeout=60)
-        assert again.returncode == 0, "a second start shows the first one's settings"
-        refused = self.command("run")
-        assert refused.returncode == 7 and "tidemark-tray" in refused.stderr, refused.stderr
-        self.shot("second start")
-
-        assert self.command("settings", "set", "BXSYNC_SYNC_ON_EXIT", "yes").returncode == 0
-        (self.local / "last.txt").write_text("last")
-        program.send_signal(signal.SIGTERM)
-        assert program.wait(timeout=60) == 0
-        assert (self.remote / "last.txt").exists(), "the last sync"
-        assert self.command("status").returncode != 0
+        for chapter in self.chapters():
+            began = time.monotonic()
+            try:
+                chapter()
+            except BaseException:
+                self.desktop.shot(f"failure in {chapter.__name__}")
+                raise
+            print(f"{chapter.__name__}: {time.monotonic() - began:.1f} s", flush=True)
 
 
 def main():
-    missing = [program for program in NEEDED if not shutil.which(program)]
-    if missing:
-        print("skipped: not installed:", ", ".join(missing))
+    if missing():
+        print("skipped: not installed:", ", ".join(missing()))
         return SKIPPED
     tidemark, tray, devserver = sys.argv[1:4]
     shots = Path(sys.argv[4] if len(sys.argv) > 4 else tempfile.mkdtemp(prefix="tidemark-shots-"))
-    shots.mkdir(parents=True, exist_ok=True)
+    shutil.rmtree(shots, ignore_errors=True)
+    shots.mkdir(parents=True)
     print("screenshots in", shots)
     with tempfile.TemporaryDirectory(prefix="tidemark-desktop-") as name:
         folder = Path(name)
@@ -168,10 +273,11 @@ def main():
         try:
             story.tell()
         except BaseException:
-            story.shot("failure")
+            for log in sorted(folder.glob("*.log")):
+                print(f"--- {log.name}\n{log.read_text(errors='replace')[-2000:]}")
             raise
         finally:
-            story.desktop.end()
+            story.processes.end()
     print("the story went as told")
     return 0
 
