@@ -1,5 +1,6 @@
 #include "app/ConfigurationDraft.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 
@@ -71,6 +72,17 @@ const char* logFolderProblem(const std::string& folder)
     return hasRoomForFolder(folder) ? nullptr : "LOCAL_NO_FOLDER";
 }
 
+struct Problems
+{
+    std::vector<ConfigurationDraft::Problem> list{};
+
+    /// Null for none.
+    void add(Field field, const char* problem)
+    {
+        if (problem) list.push_back({field, problem});
+    }
+};
+
 tl::unexpected<Error> fault(ConfigurationDraft::Fault code, std::string description)
 {
     return failure(ConfigurationDraft::errorDomain, static_cast<std::int64_t>(code), std::move(description));
@@ -116,29 +128,33 @@ ConfigurationDraft ConfigurationDraft::of(const BXSyncConf& conf)
     return draft;
 }
 
+std::vector<ConfigurationDraft::Problem> ConfigurationDraft::serverProblems() const
+{
+    Problems found;
+    found.add(Field::url, urlProblem(url));
+    found.add(Field::user, user.empty() && !password.empty() ? "USER_MISSING" : nullptr);
+    if (usesProxy) {
+        found.add(Field::proxyHost, isProxyHost(proxyHost) ? nullptr : "PROXY_HOST_UNUSABLE");
+        found.add(Field::proxyPort, numberIn(proxyPort, 1, highestPort) ? nullptr : "PROXY_PORT_UNUSABLE");
+        found.add(Field::proxyUser, proxyUser.empty() && !proxyPassword.empty() ? "PROXY_USER_MISSING" : nullptr);
+    }
+    return std::move(found.list);
+}
+
 std::vector<ConfigurationDraft::Problem> ConfigurationDraft::problems(const BXSyncConfigManager& store,
                                                                       const std::string& formerName) const
 {
-    std::vector<Problem> found;
-    const auto add = [&found](Field field, const char* problem) {
-        if (problem) found.push_back({field, problem});
-    };
-    add(Field::name, nameProblem(store, name, formerName));
-    add(Field::url, urlProblem(url));
-    add(Field::localPath, localProblem(*this, store));
-    add(Field::user, user.empty() && !password.empty() ? "USER_MISSING" : nullptr);
-    if (usesProxy) {
-        add(Field::proxyHost, isProxyHost(proxyHost) ? nullptr : "PROXY_HOST_UNUSABLE");
-        add(Field::proxyPort, numberIn(proxyPort, 1, highestPort) ? nullptr : "PROXY_PORT_UNUSABLE");
-        add(Field::proxyUser, proxyUser.empty() && !proxyPassword.empty() ? "PROXY_USER_MISSING" : nullptr);
-    }
+    Problems found{serverProblems()};
+    found.add(Field::name, nameProblem(store, name, formerName));
+    found.add(Field::localPath, localProblem(*this, store));
     if (encrypts) {
-        add(Field::key, key.empty() ? "KEY_MISSING" : nullptr);
-        add(Field::repeatedKey, key.empty() || key == repeatedKey ? nullptr : "KEY_DIFFERS");
+        found.add(Field::key, key.empty() ? "KEY_MISSING" : nullptr);
+        found.add(Field::repeatedKey, key.empty() || key == repeatedKey ? nullptr : "KEY_DIFFERS");
     }
-    add(Field::logFolder, logFolder.empty() ? nullptr : logFolderProblem(logFolder));
-    add(Field::logDays, numberIn(logDays, 1, mostLogDays) ? nullptr : "LOG_DAYS_UNUSABLE");
-    return found;
+    found.add(Field::logFolder, logFolder.empty() ? nullptr : logFolderProblem(logFolder));
+    found.add(Field::logDays, numberIn(logDays, 1, mostLogDays) ? nullptr : "LOG_DAYS_UNUSABLE");
+    std::ranges::sort(found.list, {}, &Problem::field);
+    return std::move(found.list);
 }
 
 void ConfigurationDraft::apply(BXSyncConf& conf) const

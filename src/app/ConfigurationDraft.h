@@ -80,6 +80,9 @@ struct ConfigurationDraft
 
     static ConfigurationDraft of(const BXSyncConf& conf);
 
+    /// Those of the fields that say how the server is reached, in their order.
+    std::vector<Problem> serverProblems() const;
+
     /// In the order of the fields. `formerName` is the name in the store, "" for a new configuration.
     std::vector<Problem> problems(const BXSyncConfigManager& store, const std::string& formerName) const;
 

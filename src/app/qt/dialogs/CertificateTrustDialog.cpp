@@ -66,13 +66,13 @@ QFormLayout* makeDetails(const ServerCertificate& certificate)
 
 CertificateTrustDialog::CertificateTrustDialog(const QString& server,
                                                const std::shared_ptr<const ServerCertificate>& certificate,
-                                               QWidget* parent)
+                                               QWidget* parent, const QString& question)
     : QDialog(parent)
 {
     setWindowTitle(text(table, "CERTIFICATE_TITLE"));
-    const auto asked = text(table, "CERTIFICATE_QUESTION", {{"server", toUtf8(server)}});
+    const auto asked =
+        question.isEmpty() ? text(table, "CERTIFICATE_QUESTION", {{"server", toUtf8(server)}}) : question;
     setAccessibleDescription(asked);
-    auto* question = makeBody(asked);
     auto* buttons = new QDialogButtonBox;
     auto* trust = buttons->addButton(text(table, "CERTIFICATE_TRUST"), QDialogButtonBox::AcceptRole);
     auto* refuse = buttons->addButton(text(table, "CERTIFICATE_REFUSE"), QDialogButtonBox::RejectRole);
@@ -81,7 +81,7 @@ CertificateTrustDialog::CertificateTrustDialog(const QString& server,
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(question);
+    layout->addWidget(makeBody(asked));
     if (certificate) layout->addLayout(makeDetails(*certificate));
     layout->addWidget(buttons);
     refuse->setFocus();

@@ -14,9 +14,9 @@ class CertificateTrustDialog : public QDialog
     Q_OBJECT
 
 public:
-    /// `certificate` may be null.
+    /// `certificate` may be null; `question` "" asks about the run that is under way.
     CertificateTrustDialog(const QString& server, const std::shared_ptr<const ServerCertificate>& certificate,
-                           QWidget* parent = nullptr);
+                           QWidget* parent = nullptr, const QString& question = {});
 
     bool ask();
 };

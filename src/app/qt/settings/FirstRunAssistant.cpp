@@ -71,6 +71,7 @@ QWizardPage* FirstRunAssistant::makeServerPage()
     form->addRow(QString(), answer_);
     for (auto* field : {url_, user_, password_})
         connect(field, &QLineEdit::textEdited, this, &FirstRunAssistant::serverEdited);
+    connect(url_, &QLineEdit::textEdited, this, [this] { ignoresCertificate_ = false; });
     return page;
 }
 
@@ -124,6 +125,7 @@ ConfigurationDraft FirstRunAssistant::draft() const
     draft.url = toUtf8(url_->text().trimmed());
     draft.user = toUtf8(user_->text());
     draft.password = toUtf8(password_->text());
+    draft.ignoreServerCert = ignoresCertificate_;
     draft.localPath = toUtf8(local_->text());
     draft.mode = static_cast<SyncMode>(mode_->currentData().toInt());
     return draft;
@@ -164,12 +166,20 @@ void FirstRunAssistant::startCheck()
 {
     answer_->setText(text(table, "CHECK_RUNNING"));
     button(QWizard::NextButton)->setEnabled(false);
-    check_ = std::make_unique<ServerCheck>(draft(), [this](bool isGood, const QString& answer) {
-        answer_->setText(answer);
-        button(QWizard::NextButton)->setEnabled(true);
-        isChecked_ = isGood;
-        if (isGood && currentId() == serverPage) next();
-    });
+    check_ = std::make_unique<ServerCheck>(draft(), [this](const ConnectionVerdict& verdict) { checkEnded(verdict); });
+}
+
+void FirstRunAssistant::checkEnded(const ConnectionVerdict& verdict)
+{
+    const auto asked = draft();
+    answer_->setText(ServerCheck::answer(verdict, asked));
+    button(QWizard::NextButton)->setEnabled(true);
+    isChecked_ = verdict.kind == ConnectionVerdict::Kind::usable;
+    if (isChecked_) return next();
+    if (verdict.kind == ConnectionVerdict::Kind::signIn) (asked.user.empty() ? user_ : password_)->setFocus();
+    if (!verdict.certificate || !askTrustForGood(this, asked.url, *verdict.certificate)) return;
+    ignoresCertificate_ = true;
+    startCheck();
 }
 
 void FirstRunAssistant::accept()

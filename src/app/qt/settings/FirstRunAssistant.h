@@ -11,6 +11,10 @@ class QComboBox;
 class QLabel;
 class QLineEdit;
 
+namespace tidemark {
+struct ConnectionVerdict;
+}
+
 namespace tidemark::qt {
 
 class ServerCheck;
@@ -44,6 +48,7 @@ private:
     QWizardPage* makeDonePage();
     ConfigurationDraft draft() const;
     void startCheck();
+    void checkEnded(const ConnectionVerdict& verdict);
     /// Says below the fields of a page what is wrong with them.
     bool isWithoutProblems(const FieldNotes& notes) const;
     void serverEdited();
@@ -60,6 +65,8 @@ private:
     FieldNotes folderNotes_;
     FieldNote* failure_ = nullptr;
     std::unique_ptr<ServerCheck> check_;
+    /// A person trusts the server at `url_` all the same.
+    bool ignoresCertificate_ = false;
     /// The server let us in with what was typed.
     bool isChecked_ = false;
     std::string createdName_;

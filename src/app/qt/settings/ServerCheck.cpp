@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 
 #include "SyncLibrary/BXSyncUtils.h"
-#include "app/ConnectionCheck.h"
 #include "app/qt/Texts.h"
 #include "security/BXSyncCertificateManager.h"
 
@@ -13,16 +12,16 @@ namespace {
 
 constexpr const char* table = "Settings";
 
-const char* keyOf(ConnectionVerdict::Kind kind)
+const char* keyOf(ConnectionVerdict::Kind kind, const ConfigurationDraft& draft)
 {
     using Kind = ConnectionVerdict::Kind;
     switch (kind) {
     case Kind::usable:
         return "CHECK_GOOD";
     case Kind::signIn:
-        return "CHECK_SIGN_IN_REFUSED";
+        return draft.user.empty() ? "CHECK_SIGN_IN_NEEDED" : "CHECK_SIGN_IN_REFUSED";
     case Kind::proxySignIn:
-        return "CHECK_PROXY_REFUSED";
+        return draft.proxyUser.empty() ? "CHECK_PROXY_NEEDED" : "CHECK_PROXY_REFUSED";
     case Kind::untrustedCertificate:
         return "CHECK_NOT_TRUSTED";
     case Kind::clientCertificate:
@@ -37,16 +36,16 @@ const char* keyOf(ConnectionVerdict::Kind kind)
     return "CHECK_NO_SERVER";
 }
 
-QString answerText(const ConnectionVerdict& verdict)
+} // namespace
+
+QString ServerCheck::answer(const ConnectionVerdict& verdict, const ConfigurationDraft& draft)
 {
     if (verdict.kind == ConnectionVerdict::Kind::folder)
         return fromUtf8(BXSyncUtils::localizeAndReplacementMessage(verdict.folderFault, "TidemarkResource", {}));
     if (!verdict.marlockVersion.empty())
         return text(table, "CHECK_GOOD_MARLOCK", {{"version", verdict.marlockVersion}});
-    return text(table, keyOf(verdict.kind));
+    return text(table, keyOf(verdict.kind, draft));
 }
-
-} // namespace
 
 struct ServerCheck::State
 {
@@ -64,8 +63,8 @@ ServerCheck::ServerCheck(const ConfigurationDraft& draft, Finished finished) : s
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [state, verdict] {
-                const bool isGood = verdict.kind == ConnectionVerdict::Kind::usable;
-                if (state->finished) state->finished(isGood, answerText(verdict));
+                // The receiver may begin another check, which ends this one.
+                if (const auto receiver = state->finished) receiver(verdict);
             },
             Qt::QueuedConnection);
     });

@@ -6,7 +6,7 @@
 
 #include <QString>
 
-#include "app/ConfigurationDraft.h"
+#include "app/ConnectionCheck.h"
 
 namespace tidemark::qt {
 
@@ -14,14 +14,17 @@ namespace tidemark::qt {
 class ServerCheck
 {
 public:
-    /// What came of it, in words; on the main thread.
-    using Finished = std::function<void(bool isGood, const QString& answer)>;
+    /// What came of it; on the main thread.
+    using Finished = std::function<void(const ConnectionVerdict&)>;
 
     ServerCheck(const ConfigurationDraft& draft, Finished finished);
     /// Calls it off; `finished` is not called any more.
     ~ServerCheck();
     ServerCheck(const ServerCheck&) = delete;
     ServerCheck& operator=(const ServerCheck&) = delete;
+
+    /// What came of a check of `draft`, in words.
+    static QString answer(const ConnectionVerdict& verdict, const ConfigurationDraft& draft);
 
 private:
     struct State;

@@ -6,6 +6,7 @@
 #include <QPushButton>
 
 #include "app/qt/Texts.h"
+#include "app/qt/dialogs/CertificateTrustDialog.h"
 #include "app/qt/dialogs/ModalQuestion.h"
 
 namespace tidemark::qt {
@@ -44,6 +45,13 @@ bool askYes(QWidget* parent, const QString& question)
     box.setEscapeButton(no);
     ModalQuestion::ask(box);
     return box.clickedButton() == yes;
+}
+
+bool askTrustForGood(QWidget* parent, const std::string& url, const ServerCertificate& certificate)
+{
+    CertificateTrustDialog dialog(fromUtf8(url), std::make_shared<const ServerCertificate>(certificate), parent,
+                                  text("Settings", "TRUST_QUESTION", {{"server", url}}));
+    return dialog.ask();
 }
 
 std::optional<QString> askSecret(QWidget* parent, const QString& title, const QString& label)

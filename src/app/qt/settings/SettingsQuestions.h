@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include "platform/HttpStream.h"
+
 class QWidget;
 
 /// What the windows of the settings ask. Each question ends with its harmless answer where the program closes
@@ -22,6 +24,9 @@ UnsavedAnswer askAboutUnsaved(QWidget* parent, const QString& message);
 
 /// "No" is what Return and Escape mean.
 bool askYes(QWidget* parent, const QString& question);
+
+/// Shows the certificate and asks whether no certificate of this server is to be checked from then on.
+bool askTrustForGood(QWidget* parent, const std::string& url, const ServerCertificate& certificate);
 
 /// Nothing where a person gives none.
 std::optional<QString> askSecret(QWidget* parent, const QString& title, const QString& label);

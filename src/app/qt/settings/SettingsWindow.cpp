@@ -64,14 +64,18 @@ QWidget* SettingsWindow::makeList()
 QWidget* SettingsWindow::makeEditor()
 {
     tabs_ = new QTabWidget;
+    auto* signIn = new SignInPage([this] { return draft(); });
     const std::pair<const char*, DraftPage*> pages[] = {{"TAB_FOLDERS", new FoldersPage},
-                                                        {"TAB_SIGN_IN", new SignInPage([this] { return draft(); })},
+                                                        {"TAB_SIGN_IN", signIn},
                                                         {"TAB_SCHEDULE", new SchedulePage},
                                                         {"TAB_PROTECTION", new ProtectionPage}};
     for (const auto& [key, page] : pages) {
         tabs_->addTab(page, text(table, key));
         pages_.push_back(page);
-        connect(page, &DraftPage::changed, this, [this] { setModified(true); });
+        connect(page, &DraftPage::changed, this, [this, signIn] {
+            setModified(true);
+            signIn->forgetCheck();
+        });
     }
     auto* column = new QWidget;
     auto* layout = new QVBoxLayout(column);

@@ -12,6 +12,7 @@
 #include "app/qt/settings/FieldNote.h"
 #include "app/qt/settings/IdentityImport.h"
 #include "app/qt/settings/ServerCheck.h"
+#include "app/qt/settings/SettingsQuestions.h"
 #include "security/BXSyncCertificateManager.h"
 
 namespace tidemark::qt {
@@ -131,20 +132,42 @@ void SignInPage::showProxy()
 
 void SignInPage::startCheck()
 {
+    const auto asked = draft_();
+    const auto problems = asked.serverProblems();
+    if (auto* field = showProblems(problems)) field->setFocus();
+    if (!problems.empty()) {
+        // The address is on another page.
+        const auto& first = problems.front();
+        return answer_->setText(first.field == Field::url ? text("Settings", first.key) : QString());
+    }
     check_->setEnabled(false);
     answer_->setText(textOf("CHECK_RUNNING"));
-    running_ = std::make_unique<ServerCheck>(draft_(), [this](bool isGood, const QString& answer) {
-        check_->setEnabled(true);
-        answer_->setText(answer);
-        emit checked(isGood);
-    });
+    running_ = std::make_unique<ServerCheck>(
+        asked, [this, asked](const ConnectionVerdict& verdict) { checkEnded(verdict, asked); });
 }
 
-void SignInPage::load(const ConfigurationDraft& draft)
+void SignInPage::checkEnded(const ConnectionVerdict& verdict, const ConfigurationDraft& asked)
+{
+    check_->setEnabled(true);
+    answer_->setText(ServerCheck::answer(verdict, asked));
+    if (!verdict.certificate || !askTrustForGood(this, asked.url, *verdict.certificate)) return;
+    // Another configuration may be shown since the question was asked.
+    if (!running_) return;
+    ignoreCertificate_->setChecked(true);
+    emit changed();
+    startCheck();
+}
+
+void SignInPage::forgetCheck()
 {
     running_.reset();
     check_->setEnabled(true);
     answer_->clear();
+}
+
+void SignInPage::load(const ConfigurationDraft& draft)
+{
+    forgetCheck();
     user_->setText(fromUtf8(draft.user));
     password_->setText(fromUtf8(draft.password));
     fillIdentities(draft.certificateId);

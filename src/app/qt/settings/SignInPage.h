@@ -9,6 +9,10 @@ class QCheckBox;
 class QComboBox;
 class QPushButton;
 
+namespace tidemark {
+struct ConnectionVerdict;
+}
+
 namespace tidemark::qt {
 
 class ServerCheck;
@@ -28,8 +32,8 @@ public:
     void load(const ConfigurationDraft& draft) override;
     void store(ConfigurationDraft& draft) const override;
 
-signals:
-    void checked(bool isGood);
+    /// An answer is about what was given when the server was asked.
+    void forgetCheck();
 
 private:
     QWidget* makeIdentityRow();
@@ -39,6 +43,7 @@ private:
     void import();
     void showProxy();
     void startCheck();
+    void checkEnded(const ConnectionVerdict& verdict, const ConfigurationDraft& asked);
 
     const Draft draft_;
     QLineEdit* const user_;
