@@ -12,6 +12,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).parent))
 from apache import Apache  # noqa: E402
+import desktop  # noqa: E402
 from measure import row, run  # noqa: E402
 from service import arrivals, watching  # noqa: E402
 
@@ -29,6 +30,7 @@ class Bench:
     def __init__(self, build, folder, quick):
         self.build = build
         self.tidemark = build / "src" / "tidemark"
+        self.tray = build / "src" / "tidemark-tray"
         self.folder = folder
         self.quick = quick
         self.folders = FOLDERS // 10 if quick else FOLDERS
@@ -218,7 +220,8 @@ def cancel(bench):
 
 
 BENCHES = {"micro": [micro], "sync": [many_files, big_file], "requests": [requests], "cancel": [cancel],
-           "crypto": [aes_streams, crypto], "service": [arrivals, watching]}
+           "crypto": [aes_streams, crypto], "service": [arrivals, watching],
+           "desktop": [desktop.start, desktop.memory, desktop.main_loop]}
 
 
 def main():

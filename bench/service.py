@@ -21,6 +21,18 @@ WATCH_LIMIT = Path("/proc/sys/fs/inotify/max_user_watches")
 PATIENCE = 120
 
 
+def read_status(config):
+    """What the program that serves a configuration directory tells of itself, or nothing."""
+    for path in glob.glob(f"{config}/run/status-*[!w]"):
+        try:
+            with socket.socket(socket.AF_UNIX) as client:
+                client.connect(path)
+                return json.loads(b"".join(iter(lambda: client.recv(65536), b"")))
+        except (OSError, ValueError):
+            return None
+    return None
+
+
 class Service:
     """`tidemark run`, from its start to the moment when it watches everything."""
 
@@ -34,18 +46,8 @@ class Service:
             time.sleep(0.001)
         self.start_seconds = time.perf_counter() - begin
 
-    def status(self):
-        for path in glob.glob(f"{self.config}/run/status-*"):
-            try:
-                with socket.socket(socket.AF_UNIX) as client:
-                    client.connect(path)
-                    return json.loads(b"".join(iter(lambda: client.recv(65536), b"")))
-            except (OSError, ValueError):
-                return None
-        return None
-
     def watches(self):
-        status = self.status()
+        status = read_status(self.config)
         if not status:
             return False
         states = {c["watcher"] for c in status["configurations"] if c["enabled"]}
