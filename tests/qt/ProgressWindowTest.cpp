@@ -100,6 +100,7 @@ TEST_F(ProgressWindowTest, FollowsTheRun)
     EXPECT_TRUE(shows(window, "0 s left"));
     model.finish();
     window.refresh();
+    EXPECT_TRUE(shows(window, "0 s left")) << "no flicker between two files";
     for (const auto* bar : window.findChildren<QProgressBar*>())
         EXPECT_EQ(bar->value(), 600) << bar->accessibleName().toStdString();
 }

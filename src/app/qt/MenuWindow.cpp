@@ -61,6 +61,8 @@ void MenuWindow::showNotice(const Notice& notice)
     open_ = notice.open;
     message_->setText(notice.title + "\n" + notice.message);
     show_->setVisible(open_ != nullptr);
+    layout()->activate();
+    resize(width(), std::max(height(), layout()->totalHeightForWidth(width())));
     raise();
     QApplication::alert(this);
 }

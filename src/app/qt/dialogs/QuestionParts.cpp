@@ -54,6 +54,10 @@ QString breakable(const QString& text)
         }
         result += character;
         run = character.isSpace() ? 0 : run + 1;
+        if (character != '/') continue;
+        // Otherwise a line would rather end within a name than before one that begins with a digit.
+        result += breakHere;
+        run = 0;
     }
     return result;
 }

@@ -24,6 +24,7 @@
 #include "app/qt/Texts.h"
 #include "app/qt/logs/LogLinesModel.h"
 #include "app/qt/logs/ReportDialog.h"
+#include "app/qt/progress/PathDelegate.h"
 #include "config/BXSyncConfigManager.h"
 #include "config/BXSyncGlobalConf.h"
 
@@ -131,6 +132,7 @@ QWidget* LogViewer::makeTable()
     table_->horizontalHeader()->setHighlightSections(false);
     table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeading | Qt::AlignVCenter);
     table_->horizontalHeader()->setSectionResizeMode(LogLinesModel::messageColumn, QHeaderView::Stretch);
+    table_->setItemDelegateForColumn(LogLinesModel::messageColumn, new PathDelegate(table_));
     const auto wide = [this](const QString& sample) {
         return table_->fontMetrics().horizontalAdvance(sample) + table_->fontMetrics().averageCharWidth() * 3;
     };

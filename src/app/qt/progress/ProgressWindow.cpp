@@ -245,6 +245,8 @@ void ProgressWindow::showSnapshot(const BXSyncProgressModel::Snapshot& snapshot)
     operation_->showText(listing ? text(table, "LISTING") : fromUtf8(texts.operation));
     counter_->showText(listing ? QString() : leftToRight(pathText(texts.counter)));
     showFraction(*fileBar_, *filePercent_, snapshot.fileProgress);
+    // Between two files nothing is known that is better than what was shown last.
+    if (snapshot.stage == BXSyncProgressModel::Stage::betweenItems) return;
     size_->showText(fromUtf8(texts.size));
     const auto remaining =
         texts.remainingTime.empty() ? QString() : text(table, "REMAINING", {{"time", texts.remainingTime}});
