@@ -7,7 +7,7 @@ import time
 import urllib.request
 from pathlib import Path
 
-NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwd", "convert")
+NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "import")
 STEP = 0.05
 PATIENCE = 1200
 TRIES = 5
@@ -84,15 +84,16 @@ class Desktop:
         picture = self.picture()
         for _ in range(TRIES):
             before, picture = picture, self.picture()
-            if picture == before:
+            if picture and picture == before:
                 break
             time.sleep(STEP)
         self.taken += 1
-        path = self.shots / f"{self.taken:02} {name}.png"
-        subprocess.run(["convert", "xwd:-", str(path)], input=picture, check=True, timeout=60)
+        (self.shots / f"{self.taken:02} {name}.png").write_bytes(picture)
 
     def picture(self):
-        return subprocess.run(["xwd", "-root", "-silent"], capture_output=True, check=True, timeout=60).stdout
+        """Nothing when a window went away under the look at it."""
+        return subprocess.run(["import", "-window", "root", "-define", "png:exclude-chunks=date,time", "png:-"],
+                              capture_output=True, timeout=60).stdout
 
     def windows(self, title):
         """The visible windows with this title, which the program's name may follow."""
