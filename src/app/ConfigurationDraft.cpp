@@ -159,11 +159,9 @@ std::vector<ConfigurationDraft::Problem> ConfigurationDraft::problems(const BXSy
 
 void ConfigurationDraft::apply(BXSyncConf& conf) const
 {
-    const auto formerUrl = conf.serverURL();
-    const auto formerFolder = conf.localPath();
-    if (const auto checked = checkedUrl(url)) conf.setServerURL(checked->absoluteString());
-    conf.setLocalPath(checkedFolder(localPath, "/").value_or(localPath));
-    if (conf.serverURL() != formerUrl || conf.localPath() != formerFolder) conf.setDiscardPsi(true);
+    const auto checked = checkedUrl(url);
+    pairFolders(conf, checked ? checked->absoluteString() : conf.serverURL(),
+                checkedFolder(localPath, "/").value_or(localPath));
     conf.setName(checkedName(name).value_or(name));
     conf.setEnable(enabled);
     conf.setMode(mode);

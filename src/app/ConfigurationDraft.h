@@ -86,8 +86,7 @@ struct ConfigurationDraft
     /// In the order of the fields. `formerName` is the name in the store, "" for a new configuration.
     std::vector<Problem> problems(const BXSyncConfigManager& store, const std::string& formerName) const;
 
-    /// Writes the fields into `conf`. A configuration that is paired with other folders forgets what it knows of its
-    /// files: that knowledge would make the files of the new folder look deleted.
+    /// Writes the fields into `conf`, the folders as pairFolders() does.
     void apply(BXSyncConf& conf) const;
 
     /// What was synchronised before stays on the server as it is.

@@ -30,6 +30,12 @@ bool isScanned(const std::string& path, const std::string& folder)
     return isAtOrBelow(path, folder) && path.find("/.", folder == "/" ? 0 : folder.size()) == std::string::npos;
 }
 
+std::string canonicalUrl(const std::string& url)
+{
+    const auto checked = checkedUrl(url);
+    return checked ? checked->absoluteString() : url;
+}
+
 } // namespace
 
 Checked<std::string> checkedName(std::string_view name)
@@ -81,6 +87,15 @@ Checked<void> checkLocalFolder(const BXSyncConf& conf, const BXSyncConfigManager
         return tl::unexpected("the local folder " + conf.localPath() +
                               " overlaps with the folder of the configurations, " + store.directory());
     return {};
+}
+
+void pairFolders(BXSyncConf& conf, const std::string& url, const std::string& localFolder)
+{
+    const bool isSameUrl = canonicalUrl(conf.serverURL()) == url;
+    const bool isSameFolder = checkedFolder(conf.localPath(), "/").value_or("") == localFolder;
+    if (!isSameUrl || !isSameFolder) conf.setDiscardPsi(true);
+    conf.setServerURL(url);
+    conf.setLocalPath(localFolder);
 }
 
 } // namespace tidemark

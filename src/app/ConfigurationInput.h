@@ -35,4 +35,8 @@ bool isAtOrBelow(std::string_view path, std::string_view folder);
 /// Whether the local folder of `conf` can be synced: it neither holds the folder of the configurations nor lies in it.
 Checked<void> checkLocalFolder(const BXSyncConf& conf, const BXSyncConfigManager& store);
 
+/// Gives the configuration these folders, in the form of checkedUrl() and checkedFolder(). Where they are others than
+/// before it forgets what it knows of its files: that knowledge would make the files of the new folder look deleted.
+void pairFolders(BXSyncConf& conf, const std::string& url, const std::string& localFolder);
+
 } // namespace tidemark

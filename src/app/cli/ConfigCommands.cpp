@@ -47,7 +47,7 @@ ExitStatus saveEdited(BXSyncConfigManager& store, const Conf& conf, CommandConte
 {
     if (const auto folder = checkLocalFolder(*conf, store); !folder)
         return refuse(context, ExitStatus::usage, folder.error());
-    const auto warnings = configurationWarnings(*conf, store);
+    const auto warnings = warningSentences(*conf, store);
     const auto status = saved(store, {{conf->name(), conf}}, context);
     if (status == ExitStatus::done)
         for (const auto& warning : warnings)

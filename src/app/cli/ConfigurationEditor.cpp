@@ -1,5 +1,6 @@
 #include "app/cli/ConfigurationEditor.h"
 
+#include "app/ConfigurationWarnings.h"
 #include "app/cli/ConfigurationWords.h"
 #include "app/cli/ConnectionEditor.h"
 #include "app/cli/Console.h"
@@ -77,16 +78,6 @@ Checked<CheckedOptions> check(const ConfigurationOptions& options, const BXSyncC
     return checked;
 }
 
-/// Pairs the configuration with other folders.
-void applyFolders(const CheckedOptions& checked, BXSyncConf& conf)
-{
-    const auto url = conf.serverURL();
-    const auto local = conf.localPath();
-    if (checked.url) conf.setServerURL(checked.url->absoluteString());
-    if (checked.local) conf.setLocalPath(*checked.local);
-    if (conf.serverURL() != url || conf.localPath() != local) conf.setDiscardPsi(true);
-}
-
 void applyCredentials(const ConfigurationOptions& options, const CheckedOptions& checked, ASHttpConnectInfo& info)
 {
     if (options.user) {
@@ -105,9 +96,18 @@ void applyPolicies(const ConfigurationOptions& options, BXSyncConf& conf)
     if (options.onLocalDelete) conf.setLocalDelete(*options.onLocalDelete);
 }
 
-bool overlap(const std::string& a, const std::string& b)
+std::string sentence(const ConfigurationWarning& warning, const BXSyncConf& conf, const BXSyncConfigManager& store)
 {
-    return isAtOrBelow(a, b) || isAtOrBelow(b, a);
+    switch (warning.kind) {
+    case ConfigurationWarning::Kind::noLocalFolder:
+        return "the local folder " + conf.localPath() + " is not there yet";
+    case ConfigurationWarning::Kind::overlaps:
+        return "the local folder overlaps with that of the configuration " + warning.other + ", " +
+               store.configs().at(warning.other)->localPath();
+    case ConfigurationWarning::Kind::noPassword:
+        break;
+    }
+    return "no password is stored for " + conf.info()->username();
 }
 
 } // namespace
@@ -116,7 +116,8 @@ Checked<void> applyOptions(const ConfigurationOptions& options, BXSyncConf& conf
 {
     const auto checked = check(options, conf, context);
     if (!checked) return tl::unexpected(checked.error());
-    applyFolders(*checked, conf);
+    pairFolders(conf, checked->url ? checked->url->absoluteString() : conf.serverURL(),
+                checked->local.value_or(conf.localPath()));
     applyCredentials(options, *checked, *conf.info());
     applyConnection(checked->connection, conf);
     applyPolicies(options, conf);
@@ -127,19 +128,12 @@ Checked<void> applyOptions(const ConfigurationOptions& options, BXSyncConf& conf
     return {};
 }
 
-std::vector<std::string> configurationWarnings(const BXSyncConf& conf, const BXSyncConfigManager& store)
+std::vector<std::string> warningSentences(const BXSyncConf& conf, const BXSyncConfigManager& store)
 {
-    std::vector<std::string> warnings;
-    if (!fs::isFolder(conf.localPath()))
-        warnings.push_back("the local folder " + conf.localPath() + " is not there yet");
-    for (const auto& [name, other] : store.configs())
-        if (other->identity() != conf.identity() && overlap(conf.localPath(), other->localPath()))
-            warnings.push_back("the local folder overlaps with that of the configuration " + name + ", " +
-                               other->localPath());
-    const auto& info = *conf.info();
-    if (info.isUseAuthorization() && info.password().empty())
-        warnings.push_back("no password is stored for " + info.username());
-    return warnings;
+    std::vector<std::string> sentences;
+    for (const auto& warning : configurationWarnings(conf, store))
+        sentences.push_back(sentence(warning, conf, store));
+    return sentences;
 }
 
 } // namespace tidemark::cli

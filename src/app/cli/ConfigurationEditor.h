@@ -21,6 +21,6 @@ namespace tidemark::cli {
 Checked<void> applyOptions(const ConfigurationOptions& options, BXSyncConf& conf, CommandContext& context);
 
 /// What a person should know about `conf`, one sentence each.
-std::vector<std::string> configurationWarnings(const BXSyncConf& conf, const BXSyncConfigManager& store);
+std::vector<std::string> warningSentences(const BXSyncConf& conf, const BXSyncConfigManager& store);
 
 } // namespace tidemark::cli

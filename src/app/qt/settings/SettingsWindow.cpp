@@ -9,6 +9,8 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include "app/ConfigurationInput.h"
+#include "app/ConfigurationWarnings.h"
 #include "app/qt/Texts.h"
 #include "app/qt/settings/FaultTexts.h"
 #include "app/qt/settings/FoldersPage.h"
@@ -22,6 +24,25 @@ namespace tidemark::qt {
 namespace {
 
 constexpr const char* table = "Settings";
+
+QStringList warningSentences(const BXSyncConf& conf, const BXSyncConfigManager& store)
+{
+    QStringList sentences;
+    for (const auto& [kind, other] : configurationWarnings(conf, store)) {
+        switch (kind) {
+        case ConfigurationWarning::Kind::noLocalFolder:
+            sentences << text(table, "WARNING_NO_FOLDER");
+            break;
+        case ConfigurationWarning::Kind::overlaps:
+            sentences << text(table, "WARNING_OVERLAP", {{"name", other}});
+            break;
+        case ConfigurationWarning::Kind::noPassword:
+            sentences << text(table, "WARNING_NO_PASSWORD");
+            break;
+        }
+    }
+    return sentences;
+}
 
 } // namespace
 
@@ -165,11 +186,13 @@ bool SettingsWindow::apply()
         say(text(table, "NOT_SAVED", {{"reason", toUtf8(reasonText(saved.error()))}}));
         return false;
     }
-    const auto conf = outside_.store.get(wanted.name, false);
-    formerName_ = wanted.name;
+    formerName_ = checkedName(wanted.name).value_or(wanted.name);
+    const auto conf = outside_.store.get(*formerName_, false);
     load(conf ? ConfigurationDraft::of(*conf) : wanted);
     reload();
-    say(text(table, "SAVED"));
+    QStringList sentences{text(table, "SAVED")};
+    if (conf) sentences << warningSentences(*conf, outside_.store);
+    say(sentences.join(' '));
     return true;
 }
 
