@@ -1,8 +1,30 @@
 #include "SyncLibrary/BXSyncFileOperations.h"
 
+#include <algorithm>
+
 #include "SyncLibrary/BXSyncAbort.h"
 
 namespace tidemark {
+
+namespace {
+
+bool isFolder(const BXSyncFileDataInfo& record)
+{
+    return (record.state & SyncState::folder) != 0;
+}
+
+/// Neither the entry nor, below a folder, anything that is still there has changed since the last synchronisation.
+bool isUntouched(const BXSyncFileDataInfo& record, BXSyncInspectFile& side)
+{
+    if (!record.hasChecked || SyncState::kind(record.state) != SyncState::unchanged) return false;
+    const auto below = record.fileData.fileName + "/";
+    const auto items = side.modifiedItems();
+    return std::none_of(items.begin(), items.end(), [&](const BXSyncFileDataInfo* item) {
+        return std::string_view(item->fileData.fileName).starts_with(below) && !SyncState::hasDeletedBit(item->state);
+    });
+}
+
+} // namespace
 
 BXSyncFileOperations::BXSyncFileOperations(const BXSyncRunContext& context, BXSyncInspectFile& localfile,
                                            BXSyncInspectFile* serverfile)
@@ -68,13 +90,13 @@ bool BXSyncFileOperations::createServerFolder(const Item& item)
     const auto kind = run_.server.probe(item.url, true);
     if (!kind) return fail(item, kind.error(), item.name);
     if (*kind == BXSyncServerFolder::Kind::folder) return true;
-    if (*kind == BXSyncServerFolder::Kind::file)
-        return fail(item,
-                    engineError("SERVERFILE_OBSTRUCTED",
-                                "There is a file on the server in place of the folder. path:" + item.serverText),
-                    item.name);
+    const bool makesRoom = *kind == BXSyncServerFolder::Kind::file;
+    if (makesRoom && !makeRoomOnServer(item, false)) return false;
     run_.logger.info("Create folder: {}", item.serverText);
-    if (const auto made = run_.server.makeFolder(item.pathname); !made) return fail(item, made.error(), item.name);
+    if (const auto made = run_.server.makeFolder(item.pathname); !made) {
+        if (makesRoom) forget(item.pathname);
+        return fail(item, made.error(), item.name);
+    }
     run_.logger.info("Created folder: {}", item.serverText);
     return true;
 }
@@ -82,6 +104,7 @@ bool BXSyncFileOperations::createServerFolder(const Item& item)
 bool BXSyncFileOperations::createLocalFolder(const Item& item)
 {
     if (run_.local.isFolder(item.pathname)) return true;
+    if (run_.local.isPresent(item.pathname) && !makeRoomLocally(item, false)) return false;
     run_.logger.info("Create folder: {}", item.localText);
     if (const auto made = run_.local.makeFolder(item.pathname); !made) return fail(item, made.error(), item.name);
     run_.logger.info("Created folder: {}", item.localText);
@@ -91,15 +114,20 @@ bool BXSyncFileOperations::createLocalFolder(const Item& item)
 
 bool BXSyncFileOperations::upload(const Item& item)
 {
+    const auto* listed = serverRecord(item.pathname);
+    const bool makesRoom = listed && isFolder(*listed);
+    if (makesRoom && !makeRoomOnServer(item, true)) return false;
     showTransfer(item.localText, item.serverText, item.record.size);
     const auto uploaded = transfer_.uploadsub(item.pathname);
     if (uploaded.recordedTime) item.record.fileData.dateLastModified = *uploaded.recordedTime;
     hasRecordToKeep_ = uploaded.recordedTime.has_value();
+    if (makesRoom && !uploaded.done) forget(item.pathname);
     return uploaded.done;
 }
 
 bool BXSyncFileOperations::download(const Item& item)
 {
+    if (run_.local.isFolder(item.pathname) && !makeRoomLocally(item, true)) return false;
     const auto* listed = serverRecord(item.pathname);
     showTransfer(item.serverText, item.localText, listed ? listed->size : item.record.size);
     return fetch(item, listed);
@@ -114,7 +142,7 @@ bool BXSyncFileOperations::fetch(const Item& item, const BXSyncFileDataInfo* lis
     return done;
 }
 
-/// A part that could not be marked is gone: recorded as it was, it would pass for deleted by a person.
+/// The program itself has taken it away: recorded as it was, it would pass for deleted by a person.
 void BXSyncFileOperations::forget(const std::string& pathname)
 {
     auto* record = localfile_.getFileUpdate(pathname);
@@ -126,8 +154,7 @@ void BXSyncFileOperations::forget(const std::string& pathname)
 bool BXSyncFileOperations::fileOperateLocalDelete(const Item& item)
 {
     const auto* listed = serverRecord(item.pathname);
-    const bool listedFolder = listed && (listed->state & SyncState::folder) != 0;
-    const auto kind = run_.server.probe(item.url, listedFolder);
+    const auto kind = run_.server.probe(item.url, listed && isFolder(*listed));
     if (!kind) return fail(item, kind.error(), item.name);
     if (*kind == BXSyncServerFolder::Kind::missing) {
         showDeletion(item.url.path());
@@ -161,6 +188,11 @@ bool BXSyncFileOperations::deleteOnServer(const Item& item, bool isFolder)
     if (run_.local.isPresent(item.pathname))
         return fail(item, engineError("LOCALFILE_CHANGED", "The file is there again. path:" + item.localText),
                     item.name);
+    return removeFromServer(item, isFolder);
+}
+
+bool BXSyncFileOperations::removeFromServer(const Item& item, bool isFolder)
+{
     const auto* what = isFolder ? "Folder" : "File";
     run_.logger.info("Deleting {}: {}", what, item.serverText);
     if (const auto removed = run_.server.remove(item.url, isFolder); !removed) {
@@ -220,6 +252,50 @@ bool BXSyncFileOperations::fileOperateServerDelete(const Item& item)
         break;
     }
     return false;
+}
+
+bool BXSyncFileOperations::makeRoomOnServer(const Item& item, bool isFolder)
+{
+    const auto* listed = serverRecord(item.pathname);
+    const auto decision = listed && isUntouched(*listed, *serverfile_)
+                              ? run_.confirmer.localDeleteOperation(*listed, item.name)
+                              : BXSyncOperation::nothing;
+    switch (BXSyncPolicy::stepFor(BXSyncChange::deletedLocally, decision)) {
+    case BXSyncStep::deleteOnServer:
+        return removeFromServer(item, isFolder);
+    case BXSyncStep::cancelRun:
+        run_.confirmer.cancelRun();
+    default:
+        return fail(item,
+                    engineError("SERVERFILE_OBSTRUCTED",
+                                "A file here and a folder on the server, or the other way round, have the same name. "
+                                "path:" +
+                                    item.serverText),
+                    item.name);
+    }
+}
+
+bool BXSyncFileOperations::makeRoomLocally(const Item& item, bool isFolder)
+{
+    const auto* scanned = localfile_.getFileUpdate(item.pathname);
+    const auto decision = scanned && isUntouched(*scanned, localfile_)
+                              ? run_.confirmer.serverDeleteOperation(*scanned, item.name)
+                              : BXSyncOperation::nothing;
+    switch (BXSyncPolicy::stepFor(BXSyncChange::deletedOnServer, decision)) {
+    case BXSyncStep::deleteLocally:
+        if (!deleteLocally(item, isFolder)) return false;
+        forget(item.pathname);
+        return true;
+    case BXSyncStep::cancelRun:
+        run_.confirmer.cancelRun();
+    default:
+        return fail(item,
+                    engineError("LOCALFILE_OBSTRUCTED",
+                                "A file on the server and a folder here, or the other way round, have the same name. "
+                                "path:" +
+                                    item.localText),
+                    item.name);
+    }
 }
 
 bool BXSyncFileOperations::isPart(const std::string& pathname) const

@@ -48,6 +48,11 @@ private:
     void forget(const std::string& pathname);
     bool isPart(const std::string& pathname) const;
     bool deleteOnServer(const Item& item, bool isFolder);
+    bool removeFromServer(const Item& item, bool isFolder);
+    /// What became a folder (or a file) on one side is deleted there as what it was, if the other side still has that
+    /// untouched and the policy for deletions agrees; otherwise the item fails. `isFolder`: what gives way.
+    bool makeRoomOnServer(const Item& item, bool isFolder);
+    bool makeRoomLocally(const Item& item, bool isFolder);
     bool restoreFromServer(const Item& item, bool isFolder);
     bool deleteLocally(const Item& item, bool isFolder);
     bool restoreOnServer(const Item& item, bool isFolder);

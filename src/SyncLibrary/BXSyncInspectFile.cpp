@@ -217,6 +217,17 @@ void BXSyncInspectFile::compareRecord(BXSyncFileDataInfo& mine, const BXSyncFile
     if (theirKind != SyncState::unchanged && theirKind != SyncState::suspended) mine.state |= SyncState::conflict;
 }
 
+void BXSyncInspectFile::noteFoldersInPlaceOfFiles(const BXSyncInspectFile& other)
+{
+    for (auto& record : fileUpdate_) {
+        if (!record.hasChecked || record.state != SyncState::folder) continue;
+        const auto* theirs = other.getFileUpdate(record.fileData.fileName);
+        if (!theirs || !theirs->hasChecked || theirs->state != SyncState::unchanged) continue;
+        record.state = SyncState::folder | SyncState::added;
+        record.update = true;
+    }
+}
+
 void BXSyncInspectFile::undoDeleteFolderOnOtherFileUpdated(const std::vector<BXSyncFileDataInfo*>& otherItems)
 {
     std::vector<std::string_view> changed;

@@ -66,6 +66,8 @@ public:
 
     /// Marks conflicts with the other side and takes over its times. Always 0.
     std::int64_t compareSyncInfo(const BXSyncInspectFile& other);
+    /// Where the other side still has the unchanged file of the last synchronisation, a folder here is new.
+    void noteFoldersInPlaceOfFiles(const BXSyncInspectFile& other);
     /// Withdraws deletions of folders in which the other side has changes. `n log n` in the number of records.
     void undoDeleteFolderOnOtherFileUpdated(const std::vector<BXSyncFileDataInfo*>& otherItems);
 

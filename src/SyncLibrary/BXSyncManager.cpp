@@ -261,6 +261,8 @@ void BXSyncManager::buildList()
     if (conf_->mode() == SyncMode::twoWay) {
         localfile_->compareSyncInfo(*serverfile_);
         serverfile_->compareSyncInfo(*localfile_);
+        localfile_->noteFoldersInPlaceOfFiles(*serverfile_);
+        serverfile_->noteFoldersInPlaceOfFiles(*localfile_);
         localfile_->undoDeleteFolderOnOtherFileUpdated(serverfile_->modifiedItems());
         serverfile_->undoDeleteFolderOnOtherFileUpdated(localfile_->modifiedItems());
     }
