@@ -304,13 +304,22 @@ void ASHttpConnection::handleChallenge(const HttpResponseHead& head)
     setHeaderField("Cookie", connectInfo_->cookieValue());
     const auto authentication = authenticationFromResponse(head);
     const bool isProxy = authentication.isProxy;
-    const bool answers = isProxy ? !proxyAuthenticationRequired_ && connectInfo_->isUseProxyAuthorization()
-                                 : !authenticationRequired_ && connectInfo_->isUseAuthorization();
+    const bool answers =
+        isProxy ? !proxyAuthenticationRequired_ && connectInfo_->isUseProxyAuthorization() && isFromProxy(head)
+                : !authenticationRequired_ && connectInfo_->isUseAuthorization();
     if (!delegate_) return;
     if (answers)
         delegate_->didReceiveAuthenticationChallenge(*this, authentication, isProxy);
     else
         delegate_->didFailToPassAuthenticationChallenge(*this, authentication);
+}
+
+/// A server must not have a say in how the proxy is signed in to.
+bool ASHttpConnection::isFromProxy(const HttpResponseHead& head) const
+{
+    const auto proxy = connectInfo_->proxy();
+    const bool tunnels = proxy && (proxy->tunnelsAll || remoteURL_.isHttps());
+    return proxy && (!tunnels || head.refusesTunnel);
 }
 
 void ASHttpConnection::handleError()

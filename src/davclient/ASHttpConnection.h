@@ -134,6 +134,7 @@ private:
     void onTimeout(double limit);
     void handleEnd();
     void handleChallenge(const HttpResponseHead& head);
+    bool isFromProxy(const HttpResponseHead& head) const;
     void handleError();
     void setErrorIfNone(Error error);
     void replaceStream(std::shared_ptr<HttpStream> stream);

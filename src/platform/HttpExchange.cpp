@@ -329,7 +329,9 @@ void HttpStream::Exchange::endWithResponse()
 
 void HttpStream::Exchange::endWithTunnelAnswer()
 {
-    if (!deliverHead(tunnelReader_.head())) return;
+    HttpResponseHead head = tunnelReader_.head();
+    head.refusesTunnel = true;
+    if (!deliverHead(head)) return;
     finish([](HttpStreamClient& client) { client.streamDidEnd(); });
 }
 

@@ -47,6 +47,8 @@ struct HttpResponseHead
     int statusCode = 0;
     std::string statusLine;
     HttpHeader header;
+    /// The proxy's own refusal of a tunnel; whatever comes through the tunnel is the server's.
+    bool refusesTunnel = false;
 };
 
 enum class HttpAuthenticationScheme

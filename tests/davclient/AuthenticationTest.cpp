@@ -274,6 +274,41 @@ TEST_F(ThroughProxy, AProxyThatRefusesTheTunnelsSignInIsSeenAs407)
     EXPECT_EQ(count(), 2U);
 }
 
+TEST_F(ThroughProxy, AServerHasNoSayInTheProxysSignIn)
+{
+    serve([](const RawServer::Request& request) -> RawServer::Answer {
+        if (request.head.starts_with("CONNECT ")) return {"HTTP/1.1 200 Tunnel\r\n\r\n"};
+        return askProxy();
+    });
+    for (const bool throughTunnel : {true, false}) {
+        useProxy(true);
+        info_->setIsUseProxy(throughTunnel);
+        const auto before = count();
+        const auto refused = runThrough(throughTunnel ? "http://dav.example/f" : server_->url("/f"));
+        EXPECT_TRUE(refused->error());
+        EXPECT_EQ(refused->statusCode(), 407);
+        EXPECT_EQ(count(), before + (throughTunnel ? 2 : 1));
+        EXPECT_EQ(info_->proxyAuthenticationScheme(), Scheme::none);
+    }
+}
+
+TEST_F(ThroughProxy, ProxiesOfTheEnvironmentAreNotUsed)
+{
+    serve([](const RawServer::Request& request) -> RawServer::Answer {
+        return {httpAnswer(207, request.requestLine())};
+    });
+    const std::string nowhere = "http://127.0.0.1:1";
+    for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"})
+        ::setenv(name, nowhere.c_str(), 1);
+    EXPECT_EQ(runThrough(server_->url("/f"))->responseBody(), "PROPFIND /f HTTP/1.1");
+    for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"})
+        ::unsetenv(name);
+    ::setenv("no_proxy", "*", 1);
+    useProxy(false);
+    EXPECT_EQ(runThrough("http://dav.example/f")->responseBody(), "PROPFIND http://dav.example/f HTTP/1.1");
+    ::unsetenv("no_proxy");
+}
+
 TEST_F(ThroughProxy, AProxyThatRefusesTheTunnelIsAnErrorOfTheConnection)
 {
     serve(httpAnswer(403, "an untrusted page"));
