@@ -33,8 +33,8 @@ TrayWindows::Outside windowsOutside(const TrayApplication::Outside& outside, BXS
 
 TrayApplication::TrayApplication(Outside outside)
     : outside_(outside), served_(outside.store, outside.clock, "tidemark-tray"),
-      dialogs_(std::make_shared<QtDialogs>()), confirm_(*dialogs_), progress_(outside.clock),
-      windows_(std::make_unique<TrayWindows>(windowsOutside(outside, progress_, items_))),
+      dialogs_(std::make_shared<QtDialogs>()), confirm_(*dialogs_), credentials_(outside.store),
+      progress_(outside.clock), windows_(std::make_unique<TrayWindows>(windowsOutside(outside, progress_, items_))),
       menu_({outside.store, outside.settings, progress_, *this, outside.clock,
              [this](const BXSyncTask& task) {
                  return std::make_shared<SyncTaskRun>(
@@ -48,6 +48,9 @@ TrayApplication::TrayApplication(Outside outside)
                 [this](const std::string& name) { windows_->showSettings(name); }})
 {
     BXTidemarkUtils::setAlertPresenter(dialogs_);
+    dialogs_->setCredentialsAnswered([this](const std::string& name, KeptCredentials::Of of, bool toBeKept) {
+        credentials_.answered(name, of, toBeKept);
+    });
     windows_->setActions({[this] { return menu_.syncExecuting(); },
                           [this](const std::vector<std::string>& names) {
                               if (!exit_.isActive()) menu_.syncStart(names, false);
@@ -255,7 +258,11 @@ void TrayApplication::taskDidEnd(const BXSyncTask& task, SequenceOutcome outcome
 {
     served_.history().end(task.name, outcome, outside_.clock.wallNow());
     const bool inBackground = task.autoSync || task.scheduleSync;
-    outside_.loop.post([this, name = task.name, outcome, inBackground] { runEnded(name, outcome, inBackground); });
+    outside_.loop.post([this, name = task.name, conf = task.conf, outcome, inBackground] {
+        const bool isSignedIn = outcome != SequenceOutcome::loginFailed && outcome != SequenceOutcome::cancelled;
+        credentials_.runEnded(name, *conf, isSignedIn);
+        runEnded(name, outcome, inBackground);
+    });
 }
 
 } // namespace tidemark::qt

@@ -12,6 +12,7 @@
 #include "app/BXSyncTopMenu.h"
 #include "app/ConfigurationChanges.h"
 #include "app/FrontEnd.h"
+#include "app/KeptCredentials.h"
 #include "app/ServedDirectory.h"
 #include "app/StatusMenuEntries.h"
 #include "app/SyncItems.h"
@@ -86,6 +87,7 @@ private:
     std::unique_ptr<SingleInstance> instance_;
     std::shared_ptr<QtDialogs> dialogs_;
     BXSyncDialogEvent confirm_;
+    KeptCredentials credentials_;
     BXSyncProgressModel progress_;
     SyncItems items_;
     std::unique_ptr<ConfigurationChanges> changes_;

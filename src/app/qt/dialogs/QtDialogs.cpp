@@ -52,8 +52,11 @@ bool QtDialogs::showReauthentication(BXSyncConf& conf, bool isProxy)
     auto& info = *conf.info();
     const auto message = isProxy ? text(table, "SIGN_IN_PROXY", {{"proxy", info.proxyHost()}})
                                  : text(table, "SIGN_IN_SERVER", {{"server", conf.serverURL()}});
-    ReauthenticationDialog dialog(message, fromUtf8(isProxy ? info.proxyUsername() : info.username()));
+    // Who had no password stored so far has to want it first.
+    ReauthenticationDialog dialog(message, fromUtf8(isProxy ? info.proxyUsername() : info.username()),
+                                  isProxy ? info.isUseProxyAuthorization() : info.isUseAuthorization());
     if (!dialog.ask()) return false;
+    answered_(conf.name(), isProxy ? KeptCredentials::Of::proxy : KeptCredentials::Of::server, dialog.keeps());
     if (isProxy) {
         info.setProxyUsername(dialog.user());
         info.setProxyPassword(dialog.password());

@@ -1,5 +1,6 @@
 #include "app/qt/dialogs/ReauthenticationDialog.h"
 
+#include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
@@ -20,8 +21,9 @@ constexpr int fieldWidthInCharacters = 36;
 
 } // namespace
 
-ReauthenticationDialog::ReauthenticationDialog(const QString& message, const QString& user, QWidget* parent)
-    : QDialog(parent), user_(new QLineEdit(user)), password_(new QLineEdit)
+ReauthenticationDialog::ReauthenticationDialog(const QString& message, const QString& user, bool keeps, QWidget* parent)
+    : QDialog(parent), user_(new QLineEdit(user)), password_(new QLineEdit),
+      keeps_(new QCheckBox(text(table, "SIGN_IN_KEEP")))
 {
     setWindowTitle(text(table, "SIGN_IN_TITLE"));
     setAccessibleDescription(message);
@@ -30,6 +32,8 @@ ReauthenticationDialog::ReauthenticationDialog(const QString& message, const QSt
     auto* form = new QFormLayout;
     form->addRow(text(table, "SIGN_IN_USER"), user_);
     form->addRow(text(table, "SIGN_IN_PASSWORD"), password_);
+    form->addRow(QString(), keeps_);
+    keeps_->setChecked(keeps);
     for (auto* field : {user_, password_})
         field->setMinimumWidth(fontMetrics().averageCharWidth() * fieldWidthInCharacters);
     auto* buttons = new QDialogButtonBox;
@@ -60,6 +64,11 @@ std::string ReauthenticationDialog::user() const
 std::string ReauthenticationDialog::password() const
 {
     return toUtf8(password_->text());
+}
+
+bool ReauthenticationDialog::keeps() const
+{
+    return keeps_->isChecked();
 }
 
 } // namespace tidemark::qt
