@@ -121,6 +121,12 @@ std::vector<BXSyncModifiedItem> BXSyncFileWatcher::modifiedList(bool clear)
     return items;
 }
 
+bool BXSyncFileWatcher::hasModified() const
+{
+    const std::lock_guard lock(listMutex_);
+    return !changed_.empty();
+}
+
 void BXSyncFileWatcher::watchedPathDidChange(const std::string& path)
 {
     presentedSubitemDidChange(path);

@@ -49,6 +49,8 @@ public:
 
     /// The paths in the order in which they were first noted; `clear` empties the list in the same step.
     std::vector<BXSyncModifiedItem> modifiedList(bool clear);
+    /// Whether there are any; cheap.
+    bool hasModified() const;
 
 private:
     void watchedPathDidChange(const std::string& path) override;

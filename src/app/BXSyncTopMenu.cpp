@@ -64,7 +64,7 @@ bool BXSyncTopMenu::hasWatchedChanges(const std::string& name)
     const auto failure = watcher->watchFailure();
     if (!failure) {
         unwatched_.erase(name);
-        return !watcher->modifiedList(false).empty();
+        return watcher->hasModified();
     }
     const auto now = outside_.clock.steadyNow();
     const auto [entry, isNews] = unwatched_.try_emplace(name, now);
@@ -72,7 +72,7 @@ bool BXSyncTopMenu::hasWatchedChanges(const std::string& name)
     if (!isNews && now - entry->second < intervalWithoutWatch) return false;
     entry->second = now;
     if (failure->kind != DirectoryWatchFailure::Kind::rootGone) return true;
-    watcher->watchAgain();
+    outside_.store.watchAgain(name);
     return false;
 }
 

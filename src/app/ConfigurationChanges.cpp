@@ -55,7 +55,7 @@ void ConfigurationChanges::reload()
     for (const auto& [name, signature] : known_)
         if (auto conf = store_.get(name, false)) store_.cacheConfig(std::move(conf), name);
     for (const auto& [name, watcher] : store_.fileWachers())
-        watcher->watchAgain();
+        store_.watchAgain(name);
 }
 
 } // namespace tidemark

@@ -162,24 +162,62 @@ void BXSyncConfigManager::cacheConfig(std::shared_ptr<BXSyncConf> conf, const st
     bool needsWatcher = false;
     {
         std::lock_guard lock(mutex_);
-        auto& watcher = fileWachers_[name];
         const bool wanted = watching_ && wantsWatcher(conf.get());
-        const bool stays = wanted && watcher && watcher->watchPath() == conf->localPath();
-        if (!stays) retired = std::exchange(watcher, nullptr);
-        if (!stays) fileWachers_.erase(name);
+        const bool stays = wanted && isWatched(name, conf->localPath());
         needsWatcher = wanted && !stays;
+        if (const auto found = fileWachers_.find(name); found != fileWachers_.end() && !stays) {
+            retired = std::move(found->second);
+            fileWachers_.erase(found);
+        }
         if (conf)
-            configs_[name] = conf;
+            configs_[name] = std::move(conf);
         else
             configs_.erase(name);
     }
+    if (!retired && !needsWatcher) return;
     // Switching walks the tree, so it is done without the lock.
-    if (retired) retired->setOn(false);
-    if (!needsWatcher) return;
-    auto watcher = std::make_shared<BXSyncFileWatcher>(conf->localPath());
+    doWatchWork([this, name, retired = std::move(retired)]() mutable {
+        if (retired) retired->setOn(false);
+        retired.reset();
+        beginWatch(name);
+    });
+}
+
+bool BXSyncConfigManager::isWatched(const std::string& name, const std::string& path) const
+{
+    const auto found = fileWachers_.find(name);
+    return found != fileWachers_.end() && found->second->watchPath() == path;
+}
+
+void BXSyncConfigManager::doWatchWork(std::function<void()> work) const
+{
+    std::unique_lock lock(mutex_);
+    const auto worker = watchWorker_;
+    lock.unlock();
+    if (worker)
+        worker(std::move(work));
+    else
+        work();
+}
+
+/// Where one is wanted still. A configuration that changes during the walk has its own work coming.
+void BXSyncConfigManager::beginWatch(const std::string& name)
+{
+    const auto pathToWatch = [this, &name]() -> std::string {
+        const auto found = configs_.find(name);
+        const bool wanted = found != configs_.end() && wantsWatcher(found->second.get());
+        return wanted && !isWatched(name, found->second->localPath()) ? found->second->localPath() : std::string{};
+    };
+    std::unique_lock lock(mutex_);
+    const auto path = pathToWatch();
+    lock.unlock();
+    if (path.empty()) return;
+    auto watcher = std::make_shared<BXSyncFileWatcher>(path);
     watcher->setOn(true);
-    std::lock_guard lock(mutex_);
-    fileWachers_[name] = std::move(watcher);
+    lock.lock();
+    // One that is dropped is destroyed after the lock is released.
+    if (pathToWatch() == path) fileWachers_[name].swap(watcher);
+    lock.unlock();
 }
 
 std::vector<std::string> BXSyncConfigManager::configNames() const
@@ -218,6 +256,19 @@ void BXSyncConfigManager::startWatching()
     }
     for (const auto& [name, conf] : configs())
         cacheConfig(conf, name);
+}
+
+void BXSyncConfigManager::setWatchWorker(Worker worker)
+{
+    std::lock_guard lock(mutex_);
+    watchWorker_ = std::move(worker);
+}
+
+void BXSyncConfigManager::watchAgain(const std::string& name)
+{
+    doWatchWork([this, name] {
+        if (const auto watcher = fileWatcher(name)) watcher->watchAgain();
+    });
 }
 
 std::shared_ptr<BXSyncFileWatcher> BXSyncConfigManager::fileWatcher(const std::string& name) const

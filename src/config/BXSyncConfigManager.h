@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -74,6 +75,13 @@ public:
     /// Watchers are kept only by a program that reacts to changes: none until this is called, from then on one per
     /// enabled configuration with automatic sync.
     void startWatching();
+    /// Whoever does what it is given, one after the other in that order, on any one thread.
+    using Worker = std::function<void(std::function<void()> work)>;
+    /// Who begins and ends watches, which walks whole folders; without one, whoever calls. A watcher is there once it
+    /// watches. Its work is done or dropped before the store ends.
+    void setWatchWorker(Worker worker);
+    /// Where the watching of a configuration has failed: tries anew.
+    void watchAgain(const std::string& name);
     /// Null for a configuration that is not watched.
     std::shared_ptr<BXSyncFileWatcher> fileWatcher(const std::string& name) const;
     std::map<std::string, std::shared_ptr<BXSyncFileWatcher>> fileWachers() const;
@@ -93,11 +101,16 @@ private:
     bool deleteOne(const std::string& name);
     BXSyncCertificateManager& certificates() const;
 
+    bool isWatched(const std::string& name, const std::string& path) const; // with the lock held
+    void doWatchWork(std::function<void()> work) const;
+    void beginWatch(const std::string& name);
+
     const std::string directory_;
     const Clock& clock_;
     BXSyncCertificateManager* const certificates_;
     mutable std::mutex mutex_; // guards all below
     bool watching_ = false;
+    Worker watchWorker_;
     std::map<std::string, std::shared_ptr<BXSyncConf>> configs_;
     std::map<std::string, std::shared_ptr<BXSyncFileWatcher>> fileWachers_;
     std::map<std::string, Error> broken_;

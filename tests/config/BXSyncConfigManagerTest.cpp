@@ -273,6 +273,42 @@ TEST_F(StoreTest, LoadingSetsUpTheLogAndTheConnection)
     EXPECT_EQ(test::readTree(tree.path("logs")).size(), 1U);
 }
 
+TEST_F(StoreTest, AWorkerBeginsWatchesAsTheConfigurationsAreByThen)
+{
+    std::vector<std::function<void()>> works;
+    const auto work = [&works] {
+        for (auto& each : std::exchange(works, {}))
+            each();
+    };
+    const auto watched = [this](const std::string& folder) {
+        auto conf = makeConf(tree.path(folder));
+        conf->setEnable(true);
+        conf->setAutosync(true);
+        return conf;
+    };
+    for (const auto* folder : {"first", "second"})
+        ASSERT_TRUE(fs::createFolders(tree.path(folder)));
+    for (const auto* name : {"Stays", "Moves", "Goes"})
+        store.cacheConfig(watched("first"), name);
+    store.setWatchWorker([&works](std::function<void()> each) { works.push_back(std::move(each)); });
+    store.startWatching();
+    store.cacheConfig(watched("second"), "Moves");
+    store.cacheConfig(nullptr, "Goes");
+    EXPECT_THAT(store.fileWachers(), IsEmpty()) << "no folder is walked by whoever asks";
+    work();
+    ASSERT_THAT(store.fileWachers(), ::testing::SizeIs(2));
+    EXPECT_EQ(store.fileWatcher("Moves")->watchPath(), tree.path("second"));
+    EXPECT_TRUE(store.fileWatcher("Stays")->on());
+
+    const auto former = store.fileWatcher("Stays");
+    store.cacheConfig(watched("second"), "Stays");
+    EXPECT_EQ(store.fileWatcher("Stays"), nullptr) << "what changes below the former folder does not count any more";
+    work();
+    EXPECT_FALSE(former->on());
+    EXPECT_EQ(store.fileWatcher("Stays")->watchPath(), tree.path("second"));
+    store.setWatchWorker({});
+}
+
 TEST_F(StoreTest, WatchersFollowTheirConfigurations)
 {
     tree.makeFolder("a");

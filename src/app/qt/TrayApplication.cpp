@@ -55,6 +55,7 @@ TrayApplication::TrayApplication(Outside outside)
                           [this](const std::vector<std::string>& names) {
                               if (!exit_.isActive()) menu_.syncStart(names, false);
                           }});
+    watchWork_.setMaxThreadCount(1);
     check_.setSingleShot(true);
     check_.setInterval(checkMilliseconds);
     connect(&check_, &QTimer::timeout, this, &TrayApplication::check);
@@ -68,6 +69,9 @@ TrayApplication::~TrayApplication()
     ModalQuestion::dismissAll();
     BXTidemarkUtils::setAlertPresenter(nullptr);
     ModalQuestion::admit();
+    outside_.store.setWatchWorker({});
+    watchWork_.clear();
+    watchWork_.waitForDone();
 }
 
 std::string TrayApplication::begin()
@@ -85,11 +89,23 @@ void TrayApplication::start()
         [this](StatusMenuEntry::Action action, const std::string& name) { perform(action, name); });
     statusItem_ = std::make_unique<StatusItem>(*statusMenu_);
     ModalQuestion::watch(patienceWithQuestions, [this](QDialog& question) { notices_.questionUnseen(question); });
-    outside_.store.startWatching();
+    startWatching();
     changes_ = std::make_unique<ConfigurationChanges>(outside_.store);
-    if (outside_.settings.syncOnStartUp()) menu_.execSyncOnTerminate(false, {});
     check_.start();
     if (outside_.store.configNames().empty()) windows_->showAssistant();
+}
+
+void TrayApplication::startWatching()
+{
+    outside_.store.setWatchWorker([this](std::function<void()> work) { watchWork_.start(std::move(work)); });
+    outside_.store.startWatching();
+    if (!outside_.settings.syncOnStartUp()) return;
+    // Once all is watched: what the first run itself changes is then no news for another one.
+    watchWork_.start([this] {
+        outside_.loop.post([this] {
+            if (!exit_.isActive() && !menu_.syncExecuting()) menu_.execSyncOnTerminate(false, {});
+        });
+    });
 }
 
 void TrayApplication::check()

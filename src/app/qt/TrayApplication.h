@@ -4,6 +4,7 @@
 #include <string>
 
 #include <QObject>
+#include <QThreadPool>
 #include <QTimer>
 
 #include "app/BXSyncDialogEvent.h"
@@ -64,6 +65,7 @@ public:
     void perform(StatusMenuEntry::Action action, const std::string& name);
 
 private:
+    void startWatching();
     void check();
     void stepToExit();
     void maintain(StatusMenuEntry::Action action);
@@ -97,6 +99,8 @@ private:
     const Notices notices_;
     std::unique_ptr<StatusMenu> statusMenu_;
     std::unique_ptr<StatusItem> statusItem_;
+    /// One thread: where watches are begun and ended.
+    QThreadPool watchWork_;
     QTimer check_;
     QTimer exit_;
     std::string lastName_;
