@@ -220,6 +220,8 @@ TEST(QuestionPartsTest, LongNamesDoNotMakeAWindowWide)
     };
     EXPECT_EQ(width(QString(250, 'W')), width("x"));
     EXPECT_EQ(breakable("short words stay as they are"), "short words stay as they are");
+    // A name that would pass for "exe.jpg".
+    EXPECT_FALSE(breakable(QString::fromUtf8("gpj\u202eexe")).contains(QChar(0x202E)));
     // No place between a letter and its accent.
     const auto accents = QString::fromUtf8("a\u0301").repeated(30);
     EXPECT_FALSE(breakable(accents).contains(QString::fromUtf8("\u200b\u0301")));

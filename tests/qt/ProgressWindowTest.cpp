@@ -103,6 +103,9 @@ TEST_F(ProgressWindowTest, FollowsTheRun)
     EXPECT_TRUE(shows(window, "0 s left")) << "no flicker between two files";
     for (const auto* bar : window.findChildren<QProgressBar*>())
         EXPECT_EQ(bar->value(), 600) << bar->accessibleName().toStdString();
+    model.setPercentProgress(50, "Synchronizing “Home”");
+    window.refresh();
+    EXPECT_FALSE(shows(window, "bold")) << "another configuration's item";
 }
 
 TEST_F(ProgressWindowTest, CancelReachesTheRunOnceAndReturnOnlyHides)

@@ -12,4 +12,10 @@ QString leftToRight(const QString& text)
     return isolate + text + popIsolate;
 }
 
+bool turnsReading(QChar character)
+{
+    const auto code = character.unicode();
+    return (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
 } // namespace tidemark::qt

@@ -23,7 +23,7 @@ constexpr int bytesPerLine = 16;
 
 QLabel* makeValue(const QString& content)
 {
-    auto* value = new QLabel(breakable(content));
+    auto* value = new QLabel(leftToRight(breakable(content)));
     value->setTextFormat(Qt::PlainText);
     value->setWordWrap(true);
     value->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -48,8 +48,8 @@ QString fingerprintText(const std::string& fingerprint)
 QFormLayout* makeDetails(const ServerCertificate& certificate)
 {
     auto* form = new QFormLayout;
-    form->addRow(text(table, "CERTIFICATE_SUBJECT"), makeValue(leftToRight(fromUtf8(certificate.subject))));
-    form->addRow(text(table, "CERTIFICATE_ISSUER"), makeValue(leftToRight(fromUtf8(certificate.issuer))));
+    form->addRow(text(table, "CERTIFICATE_SUBJECT"), makeValue(fromUtf8(certificate.subject)));
+    form->addRow(text(table, "CERTIFICATE_ISSUER"), makeValue(fromUtf8(certificate.issuer)));
     form->addRow(text(table, "CERTIFICATE_VALID"),
                  makeValue(text(table, "CERTIFICATE_PERIOD",
                                 {{"from", toUtf8(timeText(certificate.validFrom))},

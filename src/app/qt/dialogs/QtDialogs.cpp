@@ -82,10 +82,12 @@ int QtDialogs::showAlert(const Alert& alert)
     QMessageBox box(iconOf(alert.style), fromUtf8(alert.title), breakable(fromUtf8(alert.message)));
     box.setTextFormat(Qt::PlainText);
     box.setAccessibleDescription(fromUtf8(alert.message));
-    std::vector<QPushButton*> buttons;
+    QStringList choices;
     for (const auto& choice : alert.choices)
-        buttons.push_back(
-            box.addButton(fromUtf8(choice), buttons.empty() ? QMessageBox::RejectRole : QMessageBox::AcceptRole));
+        choices.append(fromUtf8(choice));
+    std::vector<QPushButton*> buttons;
+    for (const auto& choice : withMnemonics(choices))
+        buttons.push_back(box.addButton(choice, buttons.empty() ? QMessageBox::RejectRole : QMessageBox::AcceptRole));
     box.setDefaultButton(buttons.front());
     box.setEscapeButton(buttons.front());
     ModalQuestion::ask(box);

@@ -6,6 +6,8 @@
 #include <QPushButton>
 #include <QSet>
 
+#include "app/qt/ReadingOrder.h"
+
 namespace tidemark::qt {
 
 namespace {
@@ -52,7 +54,7 @@ QString breakable(const QString& text)
             result += breakHere;
             run -= brokenCharacters;
         }
-        result += character;
+        result += turnsReading(character) ? QChar(QChar::ReplacementCharacter) : character;
         run = character.isSpace() ? 0 : run + 1;
         if (character != '/') continue;
         // Otherwise a line would rather end within a name than before one that begins with a digit.

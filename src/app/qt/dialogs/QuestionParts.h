@@ -16,7 +16,8 @@ namespace tidemark::qt {
 /// The texts with a key of the keyboard each, as far as their letters suffice; literal "&" stay as they are.
 QStringList withMnemonics(const QStringList& texts);
 
-/// The text with places where a line may end inside of long words, such as names of files, and behind each "/".
+/// The text with places where a line may end inside of long words, such as names of files, and behind each "/", and
+/// without characters that turn its reading order around.
 QString breakable(const QString& text);
 
 /// Plain text of several lines; names in it may come from a server.

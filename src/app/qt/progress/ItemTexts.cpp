@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QLocale>
 
+#include "app/qt/ReadingOrder.h"
 #include "app/qt/Texts.h"
 
 namespace tidemark::qt {
@@ -15,17 +16,9 @@ constexpr std::string_view table = "Progress";
 
 bool breaksLine(QChar character)
 {
-    switch (character.category()) {
-    case QChar::Other_Control:
-    case QChar::Separator_Line:
-    case QChar::Separator_Paragraph:
-        return true;
-    case QChar::Other_Format:
-        return (character.unicode() >= 0x202A && character.unicode() <= 0x202E) ||
-               (character.unicode() >= 0x2066 && character.unicode() <= 0x2069);
-    default:
-        return false;
-    }
+    const auto category = character.category();
+    return category == QChar::Other_Control || category == QChar::Separator_Line ||
+           category == QChar::Separator_Paragraph || turnsReading(character);
 }
 
 } // namespace

@@ -241,12 +241,15 @@ void ProgressWindow::showSnapshot(const BXSyncProgressModel::Snapshot& snapshot)
     label_->showText(pathText(snapshot.label));
     showFraction(*overallBar_, *overallPercent_, snapshot.overallProgress);
     overall_->showText(fromUtf8(texts.overall));
-    const bool listing = snapshot.stage == BXSyncProgressModel::Stage::listing;
-    operation_->showText(listing ? text(table, "LISTING") : fromUtf8(texts.operation));
-    counter_->showText(listing ? QString() : leftToRight(pathText(texts.counter)));
+    using Stage = BXSyncProgressModel::Stage;
+    // The last item of one configuration is no longer under way while the next one signs in.
+    const bool atItems = snapshot.stage != Stage::idle && snapshot.stage != Stage::listing;
+    const auto otherwise = snapshot.stage == Stage::listing ? text(table, "LISTING") : QString();
+    operation_->showText(atItems ? fromUtf8(texts.operation) : otherwise);
+    counter_->showText(atItems ? leftToRight(pathText(texts.counter)) : QString());
     showFraction(*fileBar_, *filePercent_, snapshot.fileProgress);
     // Between two files nothing is known that is better than what was shown last.
-    if (snapshot.stage == BXSyncProgressModel::Stage::betweenItems) return;
+    if (snapshot.stage == Stage::betweenItems) return;
     size_->showText(fromUtf8(texts.size));
     const auto remaining =
         texts.remainingTime.empty() ? QString() : text(table, "REMAINING", {{"time", texts.remainingTime}});
