@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "WireFixture.h"
+#include "config/BXSyncGlobalConf.h"
 #include "davclient/ASWDCmdGet.h"
 #include "davclient/ASWDCmdPropBase.h"
 #include "davclient/ASWDCmdSimple.h"
@@ -270,7 +271,18 @@ TEST_F(ASHttpConnectionTest, TimeLimitsAreTheCommandsOwn)
     EXPECT_EQ(limitOf(*make<ASWDCmdOptions>()), 10);
     EXPECT_EQ(limitOf(*make<ASWDCmdPropFind>()), 25) << "5 seconds until its body has been seen to go out";
     EXPECT_EQ(limitOf(*make<ASWDCmdMkCol>()), 120);
-    EXPECT_EQ(limitOf(*make<ASWDCmdGet>()), 120);
+
+    auto& settings = BXSyncGlobalConf::getInstance();
+    settings.setTimeout(60);
+    EXPECT_EQ(limitOf(*make<ASWDCmdMkCol>()), 60);
+    EXPECT_EQ(limitOf(*make<ASWDCmdGet>()), 120) << "downloads have a limit of their own";
+    auto underWay = make<ASWDCmdDelete>();
+    ASSERT_TRUE(start(*underWay));
+    advance(50s);
+    settings.setTimeout(5);
+    advance(5s);
+    EXPECT_EQ(handled_, 1) << "what is set counts at once";
+    settings.setTimeout(std::nullopt);
 }
 
 TEST_F(ASHttpConnectionTest, ADownloadTimesOutOnlyWhenItStandsStill)
