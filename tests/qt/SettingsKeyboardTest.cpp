@@ -150,6 +150,22 @@ TEST_P(SettingsKeyboardTest, TabGoesThroughAPageInReadingOrder)
     });
 }
 
+TEST_P(SettingsKeyboardTest, NoTextIsCut)
+{
+    forEachPage([](QWidget& window) {
+        for (const auto* label : window.findChildren<QLabel*>()) {
+            if (!label->isVisible() || label->text().isEmpty()) continue;
+            const auto needed = label->wordWrap() ? QSize(0, label->heightForWidth(label->width())) : label->sizeHint();
+            EXPECT_LE(needed.width(), label->width()) << toUtf8(label->text());
+            EXPECT_LE(needed.height(), label->height()) << toUtf8(label->text());
+        }
+        for (const auto* button : window.findChildren<QAbstractButton*>()) {
+            if (!button->isVisible() || button->text().isEmpty()) continue;
+            EXPECT_LE(button->minimumSizeHint().width(), button->width()) << toUtf8(button->text());
+        }
+    });
+}
+
 INSTANTIATE_TEST_SUITE_P(Languages, SettingsKeyboardTest, ::testing::Values("en", "de"),
                          [](const auto& parameter) { return std::string(parameter.param); });
 

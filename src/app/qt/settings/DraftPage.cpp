@@ -4,20 +4,26 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QVBoxLayout>
 
 #include "app/qt/Texts.h"
 #include "app/qt/settings/FieldNote.h"
+#include "app/qt/settings/WrappedText.h"
 
 namespace tidemark::qt {
 
 namespace {
 
 constexpr int fieldWidthInCharacters = 40;
+constexpr int numberWidthInCharacters = 12;
 
 } // namespace
 
-DraftPage::DraftPage(QWidget* parent) : QWidget(parent), form_(new QFormLayout(this))
+DraftPage::DraftPage(QWidget* parent, bool fillsHeight) : QWidget(parent), form_(new QFormLayout)
 {
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(form_);
+    if (!fillsHeight) layout->addStretch(1);
     form_->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     form_->setRowWrapPolicy(QFormLayout::WrapLongRows);
 }
@@ -47,9 +53,7 @@ void DraftPage::addWide(QWidget* widget)
 
 QLabel* DraftPage::addHint(const QString& content)
 {
-    auto* hint = new QLabel(content);
-    hint->setTextFormat(Qt::PlainText);
-    hint->setWordWrap(true);
+    auto* hint = new WrappedText(content);
     form_->addRow(QString(), hint);
     return hint;
 }
@@ -73,6 +77,14 @@ QLineEdit* DraftPage::makeSecret()
 {
     auto* field = makeText();
     field->setEchoMode(QLineEdit::Password);
+    return field;
+}
+
+QLineEdit* DraftPage::makeNumber()
+{
+    auto* field = makeText();
+    field->setMinimumWidth(0);
+    field->setMaximumWidth(field->fontMetrics().averageCharWidth() * numberWidthInCharacters);
     return field;
 }
 

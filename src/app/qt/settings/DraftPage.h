@@ -19,7 +19,8 @@ class DraftPage : public QWidget
     Q_OBJECT
 
 public:
-    explicit DraftPage(QWidget* parent = nullptr);
+    /// Something in a page that fills its height grows with it.
+    explicit DraftPage(QWidget* parent = nullptr, bool fillsHeight = false);
 
     virtual void load(const ConfigurationDraft& draft) = 0;
     virtual void store(ConfigurationDraft& draft) const = 0;
@@ -45,6 +46,8 @@ protected:
     QLabel* addHint(const QString& text);
     QLineEdit* makeText();
     QLineEdit* makeSecret();
+    /// As wide as numbers are.
+    QLineEdit* makeNumber();
     static QString textOf(const char* key);
 
 private:

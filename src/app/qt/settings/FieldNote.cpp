@@ -1,45 +1,39 @@
 #include "app/qt/settings/FieldNote.h"
 
-#include <algorithm>
-
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QStyle>
 
+#include "app/qt/settings/WrappedText.h"
+
 namespace tidemark::qt {
 
-FieldNote::FieldNote(QWidget* field, QWidget* parent) : QWidget(parent), field_(field), label_(new QLabel)
+FieldNote::FieldNote(QWidget* field, QWidget* parent) : QWidget(parent), field_(field), label_(new WrappedText)
 {
     const int size = style()->pixelMetric(QStyle::PM_SmallIconSize);
     auto* icon = new QLabel;
     icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(size, size));
-    label_->setTextFormat(Qt::PlainText);
-    label_->setWordWrap(true);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins({});
     layout->addWidget(icon, 0, Qt::AlignTop);
     layout->addWidget(label_, 1);
+    auto policy = sizePolicy();
+    policy.setVerticalPolicy(QSizePolicy::Fixed);
+    setSizePolicy(policy);
     hide();
 }
 
 void FieldNote::setFault(const QString& fault)
 {
-    label_->setText(fault);
+    label_->say(fault);
     if (field_) field_->setAccessibleDescription(fault);
     setVisible(!fault.isEmpty());
-    makeRoom();
 }
 
-void FieldNote::resizeEvent(QResizeEvent* event)
+/// As high as the text is in its present width.
+QSize FieldNote::sizeHint() const
 {
-    QWidget::resizeEvent(event);
-    makeRoom();
-}
-
-/// A window grows by its contents' least heights, which do not know about wrapped lines.
-void FieldNote::makeRoom()
-{
-    label_->setMinimumHeight(std::max(label_->heightForWidth(label_->width()), 0));
+    return {QWidget::sizeHint().width(), layout()->minimumSize().height()};
 }
 
 QString FieldNote::fault() const

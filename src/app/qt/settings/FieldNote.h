@@ -2,9 +2,9 @@
 
 #include <QWidget>
 
-class QLabel;
-
 namespace tidemark::qt {
+
+class WrappedText;
 
 /// What is wrong with a field, written below it; takes no room while nothing is.
 class FieldNote : public QWidget
@@ -19,14 +19,11 @@ public:
     void setFault(const QString& fault);
     QString fault() const;
 
-protected:
-    void resizeEvent(QResizeEvent* event) override;
+    QSize sizeHint() const override;
 
 private:
-    void makeRoom();
-
     QWidget* const field_;
-    QLabel* const label_;
+    WrappedText* const label_;
 };
 
 } // namespace tidemark::qt

@@ -10,11 +10,14 @@
 #include <QVBoxLayout>
 
 #include "app/ConfigurationInput.h"
+#include "app/qt/ReadingOrder.h"
 #include "app/qt/Texts.h"
+#include "app/qt/dialogs/QuestionParts.h"
 #include "app/qt/settings/FaultTexts.h"
 #include "app/qt/settings/FieldNote.h"
 #include "app/qt/settings/ServerCheck.h"
 #include "app/qt/settings/SettingsQuestions.h"
+#include "app/qt/settings/WrappedText.h"
 #include "config/BXSyncConfigManager.h"
 #include "platform/FileSystem.h"
 
@@ -26,12 +29,14 @@ using Field = ConfigurationDraft::Field;
 
 constexpr const char* table = "Settings";
 
-QLabel* makeNote(const QString& content = {})
+/// A form at the top of the page.
+QFormLayout* addForm(QWizardPage& page)
 {
-    auto* note = new QLabel(content);
-    note->setTextFormat(Qt::PlainText);
-    note->setWordWrap(true);
-    return note;
+    auto* form = new QFormLayout;
+    auto* layout = new QVBoxLayout(&page);
+    layout->addLayout(form);
+    layout->addStretch(1);
+    return form;
 }
 
 } // namespace
@@ -61,8 +66,8 @@ QWizardPage* FirstRunAssistant::makeServerPage()
     user_ = new QLineEdit;
     password_ = new QLineEdit;
     password_->setEchoMode(QLineEdit::Password);
-    answer_ = makeNote();
-    auto* form = new QFormLayout(page);
+    answer_ = new WrappedText;
+    auto* form = addForm(*page);
     form->addRow(text(table, "URL"), url_);
     form->addRow(QString(), serverNotes_.make(url_, Field::url));
     form->addRow(text(table, "USER"), user_);
@@ -95,7 +100,7 @@ QWizardPage* FirstRunAssistant::makeFolderPage()
     auto* row = new QHBoxLayout;
     row->addWidget(local_, 1);
     row->addWidget(choose);
-    auto* form = new QFormLayout(page);
+    auto* form = addForm(*page);
     form->addRow(text(table, "NAME"), name_);
     form->addRow(QString(), folderNotes_.make(name_, Field::name));
     auto* localLabel = new QLabel(text(table, "LOCAL"));
@@ -110,12 +115,24 @@ QWizardPage* FirstRunAssistant::makeDonePage()
 {
     auto* page = new QWizardPage;
     page->setTitle(text(table, "ASSISTANT_DONE"));
-    auto* layout = new QVBoxLayout(page);
-    layout->addWidget(makeNote(text(table, "ASSISTANT_DONE_HINT")));
+    page->setSubTitle(text(table, "ASSISTANT_DONE_HINT"));
+    auto* form = addForm(*page);
+    for (const auto& [key, value] : {std::pair{"URL", &chosenUrl_}, {"LOCAL", &chosenLocal_}, {"MODE", &chosenMode_}}) {
+        *value = new WrappedText;
+        form->addRow(text(table, key).remove('&'), *value);
+    }
     failure_ = new FieldNote(nullptr);
-    layout->addWidget(failure_);
-    layout->addStretch();
+    form->addRow(failure_);
     return page;
+}
+
+void FirstRunAssistant::initializePage(int id)
+{
+    QWizard::initializePage(id);
+    if (id != donePage) return;
+    chosenUrl_->say(breakable(leftToRight(url_->text().trimmed())));
+    chosenLocal_->say(breakable(leftToRight(local_->text())));
+    chosenMode_->say(mode_->currentText());
 }
 
 ConfigurationDraft FirstRunAssistant::draft() const
@@ -158,13 +175,13 @@ void FirstRunAssistant::serverEdited()
 {
     isChecked_ = false;
     check_.reset();
-    answer_->clear();
+    answer_->say({});
     button(QWizard::NextButton)->setEnabled(true);
 }
 
 void FirstRunAssistant::startCheck()
 {
-    answer_->setText(text(table, "CHECK_RUNNING"));
+    answer_->say(text(table, "CHECK_RUNNING"));
     button(QWizard::NextButton)->setEnabled(false);
     check_ = std::make_unique<ServerCheck>(draft(), [this](const ConnectionVerdict& verdict) { checkEnded(verdict); });
 }
@@ -172,7 +189,7 @@ void FirstRunAssistant::startCheck()
 void FirstRunAssistant::checkEnded(const ConnectionVerdict& verdict)
 {
     const auto asked = draft();
-    answer_->setText(ServerCheck::answer(verdict, asked));
+    answer_->say(ServerCheck::answer(verdict, asked));
     button(QWizard::NextButton)->setEnabled(true);
     isChecked_ = verdict.kind == ConnectionVerdict::Kind::usable;
     if (isChecked_) return next();

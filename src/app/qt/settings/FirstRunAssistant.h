@@ -8,7 +8,6 @@
 #include "app/qt/settings/FieldNotes.h"
 
 class QComboBox;
-class QLabel;
 class QLineEdit;
 
 namespace tidemark {
@@ -18,6 +17,7 @@ struct ConnectionVerdict;
 namespace tidemark::qt {
 
 class ServerCheck;
+class WrappedText;
 
 /// Leads to the first configuration: the server and how to sign in, a check, the folder and the direction. Main thread.
 class FirstRunAssistant : public QWizard
@@ -34,6 +34,7 @@ public:
 
     bool validateCurrentPage() override;
     void accept() override;
+    void initializePage(int id) override;
 
 private:
     enum Page
@@ -57,12 +58,15 @@ private:
     QLineEdit* url_ = nullptr;
     QLineEdit* user_ = nullptr;
     QLineEdit* password_ = nullptr;
-    QLabel* answer_ = nullptr;
+    WrappedText* answer_ = nullptr;
     QLineEdit* name_ = nullptr;
     QLineEdit* local_ = nullptr;
     QComboBox* mode_ = nullptr;
     FieldNotes serverNotes_;
     FieldNotes folderNotes_;
+    WrappedText* chosenUrl_ = nullptr;
+    WrappedText* chosenLocal_ = nullptr;
+    WrappedText* chosenMode_ = nullptr;
     FieldNote* failure_ = nullptr;
     std::unique_ptr<ServerCheck> check_;
     /// A person trusts the server at `url_` all the same.

@@ -12,7 +12,7 @@ namespace tidemark::qt {
 
 ProtectionPage::ProtectionPage(QWidget* parent)
     : DraftPage(parent), encrypts_(makeSwitch("ENCRYPT")), key_(makeSecret()), repeatedKey_(makeSecret()),
-      logFolder_(makeText()), logDays_(makeText())
+      logFolder_(makeText()), logDays_(makeNumber())
 {
     addWide(encrypts_);
     addHint(textOf("ENCRYPT_HINT"));

@@ -26,7 +26,7 @@ constexpr const char* weekKeys[] = {"EVERYDAY",  "SUNDAY",   "MONDAY", "TUESDAY"
 } // namespace
 
 SchedulePage::SchedulePage(QWidget* parent)
-    : DraftPage(parent), autosync_(makeSwitch("AUTOSYNC")), list_(new QListWidget), week_(new QComboBox),
+    : DraftPage(parent, true), autosync_(makeSwitch("AUTOSYNC")), list_(new QListWidget), week_(new QComboBox),
       hour_(new QComboBox), minute_(new QSpinBox), remove_(new QPushButton(textOf("SCHEDULE_REMOVE")))
 {
     addWide(autosync_);

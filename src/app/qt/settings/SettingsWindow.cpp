@@ -2,7 +2,6 @@
 
 #include <QCloseEvent>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -17,6 +16,7 @@
 #include "app/qt/settings/ProtectionPage.h"
 #include "app/qt/settings/SchedulePage.h"
 #include "app/qt/settings/SignInPage.h"
+#include "app/qt/settings/WrappedText.h"
 #include "config/BXSyncConfigManager.h"
 
 namespace tidemark::qt {
@@ -108,9 +108,7 @@ QWidget* SettingsWindow::makeEditor()
 
 QWidget* SettingsWindow::makeApplyRow()
 {
-    message_ = new QLabel;
-    message_->setTextFormat(Qt::PlainText);
-    message_->setWordWrap(true);
+    message_ = new WrappedText;
     auto* log = new QPushButton(text(table, "SHOW_LOG"));
     apply_ = new QPushButton(text(table, "APPLY"));
     revert_ = new QPushButton(text(table, "REVERT"));
@@ -312,7 +310,7 @@ QString SettingsWindow::unusedName(const QString& wish) const
 
 void SettingsWindow::say(const QString& message)
 {
-    message_->setText(message);
+    message_->say(message);
 }
 
 void SettingsWindow::closeEvent(QCloseEvent* event)

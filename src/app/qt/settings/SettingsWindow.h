@@ -9,7 +9,6 @@
 #include "app/qt/DismissibleWindow.h"
 #include "app/qt/settings/SettingsQuestions.h"
 
-class QLabel;
 class QListWidget;
 class QPushButton;
 class QTabWidget;
@@ -17,6 +16,7 @@ class QTabWidget;
 namespace tidemark::qt {
 
 class DraftPage;
+class WrappedText;
 
 /// The configurations, and one of them to be edited. What is typed becomes the configuration's when it is applied.
 /// Main thread.
@@ -73,7 +73,7 @@ private:
     QListWidget* list_ = nullptr;
     QTabWidget* tabs_ = nullptr;
     std::vector<DraftPage*> pages_;
-    QLabel* message_ = nullptr;
+    WrappedText* message_ = nullptr;
     QPushButton* apply_ = nullptr;
     QPushButton* revert_ = nullptr;
     QPushButton* duplicate_ = nullptr;

@@ -13,6 +13,7 @@
 #include "app/qt/settings/IdentityImport.h"
 #include "app/qt/settings/ServerCheck.h"
 #include "app/qt/settings/SettingsQuestions.h"
+#include "app/qt/settings/WrappedText.h"
 #include "security/BXSyncCertificateManager.h"
 
 namespace tidemark::qt {
@@ -29,8 +30,8 @@ IdentityStore& identities()
 SignInPage::SignInPage(Draft draft, QWidget* parent)
     : DraftPage(parent), draft_(std::move(draft)), user_(makeText()), password_(makeSecret()), identity_(new QComboBox),
       ignoreCertificate_(makeSwitch("IGNORE_CERTIFICATE")), usesProxy_(makeSwitch("USE_PROXY")), proxyHost_(makeText()),
-      proxyPort_(makeText()), proxyUser_(makeText()), proxyPassword_(makeSecret()),
-      check_(new QPushButton(textOf("CHECK"))), answer_(new QLabel)
+      proxyPort_(makeNumber()), proxyUser_(makeText()), proxyPassword_(makeSecret()),
+      check_(new QPushButton(textOf("CHECK"))), answer_(new WrappedText)
 {
     addRow("USER", user_);
     addNote(user_, Field::user);
@@ -77,8 +78,6 @@ QWidget* SignInPage::makeIdentityRow()
 
 QWidget* SignInPage::makeCheckRow()
 {
-    answer_->setTextFormat(Qt::PlainText);
-    answer_->setWordWrap(true);
     connect(check_, &QPushButton::clicked, this, &SignInPage::startCheck);
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
@@ -138,10 +137,10 @@ void SignInPage::startCheck()
     if (!problems.empty()) {
         // The address is on another page.
         const auto& first = problems.front();
-        return answer_->setText(first.field == Field::url ? text("Settings", first.key) : QString());
+        return answer_->say(first.field == Field::url ? text("Settings", first.key) : QString());
     }
     check_->setEnabled(false);
-    answer_->setText(textOf("CHECK_RUNNING"));
+    answer_->say(textOf("CHECK_RUNNING"));
     running_ = std::make_unique<ServerCheck>(
         asked, [this, asked](const ConnectionVerdict& verdict) { checkEnded(verdict, asked); });
 }
@@ -149,7 +148,7 @@ void SignInPage::startCheck()
 void SignInPage::checkEnded(const ConnectionVerdict& verdict, const ConfigurationDraft& asked)
 {
     check_->setEnabled(true);
-    answer_->setText(ServerCheck::answer(verdict, asked));
+    answer_->say(ServerCheck::answer(verdict, asked));
     if (!verdict.certificate || !askTrustForGood(this, asked.url, *verdict.certificate)) return;
     // Another configuration may be shown since the question was asked.
     if (!running_) return;
@@ -162,7 +161,7 @@ void SignInPage::forgetCheck()
 {
     running_.reset();
     check_->setEnabled(true);
-    answer_->clear();
+    answer_->say({});
 }
 
 void SignInPage::load(const ConfigurationDraft& draft)

@@ -16,6 +16,7 @@ struct ConnectionVerdict;
 namespace tidemark::qt {
 
 class ServerCheck;
+class WrappedText;
 
 /// How the server is reached: user and password, proxy, certificates; and a button that tries it.
 class SignInPage : public DraftPage
@@ -58,7 +59,7 @@ private:
     QLineEdit* const proxyUser_;
     QLineEdit* const proxyPassword_;
     QPushButton* const check_;
-    QLabel* const answer_;
+    WrappedText* const answer_;
     std::unique_ptr<ServerCheck> running_;
 };
 
