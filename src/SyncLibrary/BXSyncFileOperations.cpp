@@ -87,7 +87,8 @@ bool BXSyncFileOperations::fileOperateUpdate(const Item& item, BXSyncChange chan
 
 bool BXSyncFileOperations::createServerFolder(const Item& item)
 {
-    const auto kind = run_.server.probe(item.url, true);
+    const auto* listed = serverRecord(item.pathname);
+    const auto kind = run_.server.probe(item.url, !listed || isFolder(*listed));
     if (!kind) return fail(item, kind.error(), item.name);
     if (*kind == BXSyncServerFolder::Kind::folder) return true;
     const bool makesRoom = *kind == BXSyncServerFolder::Kind::file;
@@ -121,6 +122,7 @@ bool BXSyncFileOperations::upload(const Item& item)
     const auto uploaded = transfer_.uploadsub(item.pathname);
     if (uploaded.recordedTime) item.record.fileData.dateLastModified = *uploaded.recordedTime;
     hasRecordToKeep_ = uploaded.recordedTime.has_value();
+    if (makesRoom && uploaded.done) replaced_.insert(item.pathname);
     if (makesRoom && !uploaded.done) forget(item.pathname);
     return uploaded.done;
 }
@@ -154,7 +156,10 @@ void BXSyncFileOperations::forget(const std::string& pathname)
 bool BXSyncFileOperations::fileOperateLocalDelete(const Item& item)
 {
     const auto* listed = serverRecord(item.pathname);
-    const auto kind = run_.server.probe(item.url, listed && isFolder(*listed));
+    // What servers answer about a path below a file is anything but "missing".
+    const auto kind = isBelowServerFile(item.pathname)
+                          ? Result<BXSyncServerFolder::Kind>(BXSyncServerFolder::Kind::missing)
+                          : run_.server.probe(item.url, listed && isFolder(*listed));
     if (!kind) return fail(item, kind.error(), item.name);
     if (*kind == BXSyncServerFolder::Kind::missing) {
         showDeletion(item.url.path());
@@ -178,6 +183,18 @@ bool BXSyncFileOperations::fileOperateLocalDelete(const Item& item)
     case BXSyncStep::restoreOnServer:
     case BXSyncStep::leaveOpen:
         break;
+    }
+    return false;
+}
+
+bool BXSyncFileOperations::isBelowServerFile(std::string_view pathname) const
+{
+    for (auto end = pathname.rfind('/'); end != 0 && end != std::string_view::npos; end = pathname.rfind('/')) {
+        pathname = pathname.substr(0, end);
+        const auto* listed = serverRecord(pathname);
+        // A record that this run has not looked at does not know what it is.
+        if (listed && listed->hasChecked && !isFolder(*listed)) return true;
+        if (replaced_.contains(pathname)) return true;
     }
     return false;
 }
@@ -383,7 +400,7 @@ void BXSyncFileOperations::showDeletion(const std::string& path)
     run_.progress.update();
 }
 
-const BXSyncFileDataInfo* BXSyncFileOperations::serverRecord(const std::string& pathname) const
+const BXSyncFileDataInfo* BXSyncFileOperations::serverRecord(std::string_view pathname) const
 {
     return serverfile_ ? serverfile_->getFileUpdate(pathname) : nullptr;
 }

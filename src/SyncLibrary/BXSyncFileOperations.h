@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "SyncLibrary/BXSyncInspectFile.h"
@@ -46,6 +47,7 @@ private:
     bool download(const Item& item);
     bool fetch(const Item& item, const BXSyncFileDataInfo* listed);
     void forget(const std::string& pathname);
+    bool isBelowServerFile(std::string_view pathname) const;
     bool isPart(const std::string& pathname) const;
     bool deleteOnServer(const Item& item, bool isFolder);
     bool removeFromServer(const Item& item, bool isFolder);
@@ -64,7 +66,7 @@ private:
     bool fail(const Item& item, const Error& error, const std::string& filename);
     void showTransfer(const std::string& source, const std::string& dest, std::int64_t size);
     void showDeletion(const std::string& path);
-    const BXSyncFileDataInfo* serverRecord(const std::string& pathname) const;
+    const BXSyncFileDataInfo* serverRecord(std::string_view pathname) const;
     void copyServerRecord(const std::string& pathname);
     void storeRecord(const BXSyncFileDataInfo& record);
 
@@ -73,6 +75,8 @@ private:
     BXSyncInspectFile* const serverfile_;
     BXSyncTransfer transfer_;
     bool hasRecordToKeep_ = false;
+    /// Folders of the server that files have replaced in this run.
+    std::set<std::string, std::less<>> replaced_;
 };
 
 } // namespace tidemark

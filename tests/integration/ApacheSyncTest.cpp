@@ -373,6 +373,12 @@ TEST_P(ApacheSync, WhatOneClientDoesArrivesAtTheOther)
     ben.local.write("new again", "of ben", later);
     EXPECT_EQ(anna.sync(), finished);
     exchange(ben, anna);
+    anna.local.remove("a b+c%.txt");
+    anna.local.make({{"a b+c%.txt/now a folder", file("inside", later)}});
+    exchange(anna, ben);
+    ben.local.remove("moved");
+    ben.local.write("moved", "now a file", later);
+    exchange(ben, anna);
 }
 
 TEST_P(ApacheSync, ManyFilesNeedOneConnectionAThread)
