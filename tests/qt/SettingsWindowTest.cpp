@@ -204,6 +204,21 @@ TEST_F(SettingsWindowTest, whatIsAppliedIsInTheStore)
     EXPECT_THAT(store.configNames(), ElementsAre("renamed"));
 }
 
+TEST_F(SettingsWindowTest, aConfigurationThatIsDeletedElsewhereIsNotShownAnyMore)
+{
+    create("one");
+    create("two");
+    const auto window = open();
+    window->showConfiguration("one");
+    ASSERT_TRUE(ConfigurationDraft::remove(store, "one"));
+    window->reload();
+    EXPECT_EQ(named<QLineEdit>(*window, "NAME")->text(), "two");
+    ASSERT_TRUE(ConfigurationDraft::remove(store, "two"));
+    window->reload();
+    EXPECT_FALSE(named<QLineEdit>(*window, "NAME")->isEnabled());
+    EXPECT_FALSE(button(*window, "DELETE")->isEnabled());
+}
+
 TEST_F(SettingsWindowTest, nothingTypedIsLostUnasked)
 {
     create("one");

@@ -6,7 +6,9 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QIcon>
+#include <QLibraryInfo>
 #include <QMessageBox>
+#include <QTranslator>
 
 #include "Logger/BXLogger.h"
 #include "Utils/BXTidemarkUtils.h"
@@ -113,6 +115,10 @@ void describeApplication()
     QApplication::setWindowIcon(icon("tidemark"));
     QApplication::setQuitOnLastWindowClosed(false);
     QLocale::setDefault(QLocale(fromUtf8(Localization::language())));
+    // The toolkit's own texts: choosers of files, menus of fields.
+    auto* toolkit = new QTranslator(QApplication::instance());
+    if (toolkit->load(QLocale(), "qtbase", "_", QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(toolkit);
 }
 
 int refuse(const std::string& reason)

@@ -199,6 +199,12 @@ void FirstRunAssistant::checkEnded(const ConnectionVerdict& verdict)
     startCheck();
 }
 
+void FirstRunAssistant::done(int result)
+{
+    check_.reset();
+    QWizard::done(result);
+}
+
 void FirstRunAssistant::accept()
 {
     const auto wanted = draft();

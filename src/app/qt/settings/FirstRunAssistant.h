@@ -34,6 +34,7 @@ public:
 
     bool validateCurrentPage() override;
     void accept() override;
+    void done(int result) override;
     void initializePage(int id) override;
 
 private:

@@ -1,5 +1,8 @@
 #include "app/qt/settings/ServerCheck.h"
 
+#include <atomic>
+#include <vector>
+
 #include <QCoreApplication>
 
 #include "SyncLibrary/BXSyncUtils.h"
@@ -53,13 +56,47 @@ struct ServerCheck::State
 
     ConnectionCheck check;
     Finished finished; // main thread; empty once called off
+    std::atomic<bool> isCalledOff = false;
+    std::atomic<bool> hasEnded = false;
+};
+
+/// The checks that were called off and have not ended: looking a name up can take long. Main thread.
+class ServerCheck::Ending
+{
+public:
+    ~Ending()
+    {
+        for (auto& [state, thread] : threads_)
+            thread.join();
+    }
+    static Ending& all()
+    {
+        static Ending ending;
+        return ending;
+    }
+    void take(std::shared_ptr<State> state, std::thread thread)
+    {
+        threads_.emplace_back(std::move(state), std::move(thread));
+        std::erase_if(threads_, [](auto& entry) {
+            if (!entry.first->hasEnded) return false;
+            entry.second.join();
+            return true;
+        });
+    }
+
+private:
+    std::vector<std::pair<std::shared_ptr<State>, std::thread>> threads_;
 };
 
 ServerCheck::ServerCheck(const ConfigurationDraft& draft, Finished finished) : state_(std::make_shared<State>(draft))
 {
+    // Made after what the check uses, so that it ends before that does.
+    Ending::all();
     state_->finished = std::move(finished);
     thread_ = std::thread([state = state_] {
         const auto verdict = state->check.run();
+        state->hasEnded = true;
+        if (state->isCalledOff) return;
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [state, verdict] {
@@ -73,8 +110,9 @@ ServerCheck::ServerCheck(const ConfigurationDraft& draft, Finished finished) : s
 ServerCheck::~ServerCheck()
 {
     state_->finished = nullptr;
+    state_->isCalledOff = true;
     state_->check.cancel();
-    thread_.join();
+    Ending::all().take(state_, std::move(thread_));
 }
 
 } // namespace tidemark::qt

@@ -18,7 +18,7 @@ public:
     using Finished = std::function<void(const ConnectionVerdict&)>;
 
     ServerCheck(const ConfigurationDraft& draft, Finished finished);
-    /// Calls it off; `finished` is not called any more.
+    /// Calls it off without waiting for it; `finished` is not called any more.
     ~ServerCheck();
     ServerCheck(const ServerCheck&) = delete;
     ServerCheck& operator=(const ServerCheck&) = delete;
@@ -28,6 +28,7 @@ public:
 
 private:
     struct State;
+    class Ending;
     const std::shared_ptr<State> state_;
     std::thread thread_;
 };

@@ -85,17 +85,17 @@ QWidget* SettingsWindow::makeList()
 QWidget* SettingsWindow::makeEditor()
 {
     tabs_ = new QTabWidget;
-    auto* signIn = new SignInPage([this] { return draft(); });
+    signIn_ = new SignInPage([this] { return draft(); });
     const std::pair<const char*, DraftPage*> pages[] = {{"TAB_FOLDERS", new FoldersPage},
-                                                        {"TAB_SIGN_IN", signIn},
+                                                        {"TAB_SIGN_IN", signIn_},
                                                         {"TAB_SCHEDULE", new SchedulePage},
                                                         {"TAB_PROTECTION", new ProtectionPage}};
     for (const auto& [key, page] : pages) {
         tabs_->addTab(page, text(table, key));
         pages_.push_back(page);
-        connect(page, &DraftPage::changed, this, [this, signIn] {
+        connect(page, &DraftPage::changed, this, [this] {
             setModified(true);
-            signIn->forgetCheck();
+            signIn_->forgetCheck();
         });
     }
     auto* column = new QWidget;
@@ -230,7 +230,11 @@ void SettingsWindow::reload()
     }
     showSelected(current);
     if (isModified_ || !formerName_ || formerName_->empty()) return;
-    if (const auto conf = outside_.store.get(*formerName_, false)) load(ConfigurationDraft::of(*conf));
+    if (const auto conf = outside_.store.get(*formerName_, false)) return load(ConfigurationDraft::of(*conf));
+    // Somebody else has deleted it.
+    formerName_.reset();
+    list_->setCurrentRow(list_->count() > 0 ? 0 : -1);
+    selectionChanged();
 }
 
 /// In the list alone.
@@ -317,6 +321,7 @@ void SettingsWindow::closeEvent(QCloseEvent* event)
 {
     if (!leaveDraft()) return event->ignore();
     if (formerName_ && formerName_->empty()) formerName_.reset();
+    signIn_->forgetCheck();
     DismissibleWindow::closeEvent(event);
 }
 

@@ -16,6 +16,7 @@ class QTabWidget;
 namespace tidemark::qt {
 
 class DraftPage;
+class SignInPage;
 class WrappedText;
 
 /// The configurations, and one of them to be edited. What is typed becomes the configuration's when it is applied.
@@ -73,6 +74,7 @@ private:
     QListWidget* list_ = nullptr;
     QTabWidget* tabs_ = nullptr;
     std::vector<DraftPage*> pages_;
+    SignInPage* signIn_ = nullptr;
     WrappedText* message_ = nullptr;
     QPushButton* apply_ = nullptr;
     QPushButton* revert_ = nullptr;
