@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "Logger/BXLogger.h"
 #include "SyncLibrary/BXSyncAutoSyncManager.h"
 #include "SyncLibrary/BXSyncManager.h"
 #include "app/SyncItems.h"
@@ -31,6 +32,15 @@ std::string reasonOf(const BXSyncManager& manager, const std::string& pathname)
     const auto& errors = manager.report().itemErrors();
     const auto found = errors.find(pathname);
     return found == errors.end() ? std::string{} : errorText(found->second);
+}
+
+/// A run that nobody has started tells of it nowhere else. Without a log of its own it goes to the program's.
+void logRefusal(const BXSyncConf& conf)
+{
+    const auto reason = conf.loginError() ? conf.loginError()->description() : std::string();
+    if (conf.syncLogPath().empty()) return BXLogger::globalError(conf.name() + ": The login failed. " + reason);
+    const auto logger = BXLogger::getLogger(conf.syncLogPath(), conf.logname(), static_cast<int>(conf.logKeepDays()));
+    logger->error("The login failed. {}", reason);
 }
 
 } // namespace
@@ -72,6 +82,7 @@ bool SyncTaskRun::login(const BXSyncConf::LoginHandler& handler)
     conf_->login(
         handler, [&success] { success = true; }, [&success](bool) { success = false; });
     RunLoop::current()->runUntil([&success] { return success.has_value(); });
+    if (!*success && !isCancelled()) logRefusal(*conf_);
     return *success && !isCancelled();
 }
 

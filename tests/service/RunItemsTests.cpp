@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include "Logger/BXLogger.h"
 #include "app/SyncItems.h"
 #include "config/BXSyncTask.h"
+#include "platform/FileSystem.h"
 #include "tests/service/MenuWorld.h"
 
 namespace tidemark::test {
@@ -72,6 +74,22 @@ TEST_F(RunItems, EachItemEndsAsItDidOnBothSides)
     EXPECT_EQ(ends.at("/a.txt").reason, "");
     EXPECT_NE(ends.at("/theirs.txt").state, State::waiting);
     EXPECT_NE(ends.at("/theirs.txt").state, State::underWay);
+}
+
+TEST_F(RunItems, ALoginThatFailsIsLoggedWithItsReason)
+{
+    auto conf = store.get("work", false);
+    conf->setSyncLogPath(state.path("logs"));
+    conf->setServerURL("http://127.0.0.1:1/sync");
+    BXSyncTask task;
+    task.name = "work";
+    task.conf = conf;
+    SyncTaskRun running(task, runs);
+    EXPECT_FALSE(running.login([](BXSyncConf&, LoginReason) { return false; }));
+    BXLogger::flushAll();
+    const auto logs = fs::listFolder(state.path("logs"));
+    ASSERT_TRUE(logs && logs->size() == 1);
+    EXPECT_THAT(state.content("logs/" + logs->front().name), ::testing::ContainsRegex("The login failed\\. .*[a-z]"));
 }
 
 } // namespace
