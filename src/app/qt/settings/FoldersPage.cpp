@@ -65,6 +65,7 @@ FoldersPage::FoldersPage(QWidget* parent)
     fill(*localDelete_, localDeletePolicies);
     url_->setPlaceholderText(QStringLiteral("https://dav.example.org/folder"));
     addRow("NAME", name_);
+    setFocusProxy(name_);
     addNote(name_, Field::name);
     addRow("URL", url_);
     addNote(url_, Field::url);

@@ -283,6 +283,8 @@ void SettingsWindow::beginNew(ConfigurationDraft draft)
     load(draft);
     setModified(true);
     tabs_->setCurrentIndex(0);
+    // Where the name is typed over.
+    tabs_->currentWidget()->setFocus(Qt::TabFocusReason);
 }
 
 void SettingsWindow::duplicate()
