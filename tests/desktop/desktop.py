@@ -51,6 +51,10 @@ class Processes:
         self.all.append(process)
         return process
 
+    def report(self):
+        for process, log in zip(self.all, sorted(self.folder.glob("*.log"))):
+            print(f"--- {log.name}, {process.poll()}\n{log.read_text(errors='replace')[-2000:]}")
+
     def end(self):
         for process in reversed(self.all):
             if process.poll() is not None:
@@ -74,10 +78,17 @@ class Desktop:
         with os.fdopen(display) as numbers:
             os.environ["DISPLAY"] = ":" + numbers.readline().strip()
         processes.start("openbox")
-        processes.start("trayer", "--SetDockType", "true", "--edge", "top", "--align", "right", "--widthtype",
-                        "request", "--height", "24", "--monitor", "primary")
-        wait_for("the status area", lambda: run("xdotool", "search", "--class", "trayer"))
-        wait_for("the window manager", lambda: run("xdotool", "getactivewindow") or run("xdotool", "get_desktop"))
+        wait_for("the window manager", lambda: run("xdotool", "get_desktop"))
+        self.processes, self.trayer = processes, None
+        wait_for("the status area", self.has_status_area)
+
+    def has_status_area(self):
+        """A status area that did not find its way is started once more."""
+        if not self.trayer or self.trayer.poll() is not None:
+            self.trayer = self.processes.start(
+                "trayer", "--SetDockType", "true", "--edge", "top", "--align", "right", "--widthtype", "request",
+                "--height", "24", "--monitor", "primary")
+        return run("xdotool", "search", "--class", "trayer")
 
     def shot(self, name):
         """A picture of the screen once two looks at it are the same, or nearly: a countdown never stands still."""
@@ -118,6 +129,17 @@ class Desktop:
 
     def keys(self, *keys):
         run("xdotool", "key", "--clearmodifiers", *keys, check=True)
+
+    def press_and_see(self, title, corner, *keys):
+        """Presses keys and waits until that corner of the window ("SouthEast") looks different."""
+        window = self.windows(title)[-1]
+
+        def look():
+            return subprocess.run(["import", "-window", window, "-gravity", corner, "-crop", "160x60+0+0",
+                                   "rgb:-"], capture_output=True, timeout=60).stdout
+        before = look()
+        self.keys(*keys)
+        wait_for(f"a change in “{title}”", lambda: look() not in (b"", before))
 
     def type(self, text):
         run("xdotool", "type", "--clearmodifiers", text, check=True)
@@ -168,8 +190,10 @@ class Server:
         self.port_file, self.password_file = folder / "port", folder / "password"
         self.port, self.process = "0", None
 
-    def start(self, password):
-        self.password_file.write_text(password)
+    def start(self, password=None):
+        """With the last password unless there is a new one."""
+        if password:
+            self.password_file.write_text(password)
         self.port_file.unlink(missing_ok=True)
         self.process = self.processes.start(
             self.program, "--root", str(self.root), "--port", self.port, "--port-file", str(self.port_file),

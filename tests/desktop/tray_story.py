@@ -34,10 +34,11 @@ class Story:
             self.server = Server(self.processes, devserver, folder, "anna")
             self.desktop = Desktop(self.processes, shots)
         except BaseException:
+            self.processes.report()
             self.processes.end()
             raise
         self.remote = self.server.root / "documents"
-        self.local = folder / "Documents"
+        self.local, self.photos, self.logs = folder / "Documents", folder / "Photos", folder / "Logs"
 
     # What the chapters share. ---------------------------------------------------------------------------------------
 
@@ -53,6 +54,7 @@ class Story:
         return json.loads(done.stdout) if done.returncode == 0 else {}
 
     def begin(self):
+        self.page = 0
         self.program = self.processes.start(self.tray, "--config-dir", str(self.config))
         wait_for("the application", self.state)
         wait_for("its place in the status area", self.desktop.has_status_item)
@@ -78,6 +80,17 @@ class Story:
             paths = (path for path in folder.rglob("*") if path.is_file())
             return {str(path.relative_to(folder)): path.read_bytes() for path in paths}
         return files(self.local), files(self.remote)
+
+    def open_settings(self, shot):
+        self.desktop.choose(*SETTINGS, "Return")
+        self.desktop.use("Settings")
+        self.desktop.shot(shot)
+
+    def turn_to(self, page):
+        """To a page of the settings, from where they were left: into one of its fields and on from there."""
+        inside = ("alt+m", "alt+p", "alt+i", "alt+f")[self.page]
+        self.desktop.keys(inside, *["ctrl+Tab"] * ((page - self.page) % 4))
+        self.page = page
 
     def in_step(self):
         local, remote = self.both_sides()
@@ -136,6 +149,55 @@ class Story:
         files = self.in_step()
         assert all(files[f"letters/{name}"] == f"{number} here".encode() for number, name in enumerate(names)), files
 
+    def settings(self):
+        """A log for the first configuration; a second one made after it, with a timetable of its own."""
+        desktop = self.desktop
+        self.open_settings("settings")
+        self.turn_to(3)
+        desktop.keys("alt+f")
+        desktop.fill(str(self.logs))
+        desktop.shot("settings, log folder")
+        desktop.keys("alt+a")
+        wait_for("the log folder", lambda: str(self.logs) in self.command("config", "show", "Documents").stdout)
+
+        (self.server.root / "photos").mkdir()
+        desktop.press_and_see("Settings", "NorthWest", "alt+u")
+        self.page = 0
+        desktop.fill("Photos", f"{self.server.url}/photos", str(self.photos))
+        desktop.shot("settings, new configuration")
+        self.turn_to(2)
+        due = self.soon_due()
+        desktop.keys("alt+e", "Tab", "Tab")
+        desktop.fill(str(due.tm_min))
+        desktop.keys("alt+d")
+        desktop.shot("settings, timetable")
+        desktop.keys("alt+a")
+        wait_for("the new configuration", lambda: "Photos" in self.command("config", "list").stdout)
+        schedules = self.command("config", "schedule", "Photos", "list").stdout
+        assert f"{due.tm_min:02}" in schedules, schedules
+        desktop.keys("Escape")
+        desktop.gone("Settings")
+        self.photos.mkdir(exist_ok=True)
+        (self.photos / "beach.jpg").write_text("beach")
+
+    @staticmethod
+    def soon_due():
+        """The beginning of a minute that is not upon us yet, whatever the machine is busy with."""
+        return time.localtime(time.time() + 75 if time.localtime().tm_sec > 35 else time.time() + 60)
+
+    def schedule(self):
+        """Nobody asked for it but the timetable."""
+        wait_for("the timetable's run", lambda: (self.server.root / "photos" / "beach.jpg").exists(), 3000)
+        self.idle()
+        self.open_settings("settings, two configurations")
+        self.desktop.keys("alt+t")
+        self.desktop.shot("settings, delete")
+        self.desktop.keys("alt+y")
+        wait_for("the configuration's end", lambda: "Photos" not in self.command("config", "list").stdout)
+        assert (self.photos / "beach.jpg").exists() and (self.server.root / "photos" / "beach.jpg").exists()
+        self.desktop.keys("Escape")
+        self.desktop.gone("Settings")
+
     def menu(self):
         """Every entry does what it says; the maintenance has a chapter of its own."""
         desktop = self.desktop
@@ -162,15 +224,12 @@ class Story:
         desktop.keys("Escape")
         desktop.gone("About Tidemark")
 
-        desktop.choose(*SETTINGS, "Return")
-        desktop.use("Settings")
-        desktop.shot("settings")
-        desktop.keys("alt+g")
-        desktop.use("General Settings")
-        desktop.shot("general settings")
+        self.open_settings("settings, folders")
+        desktop.keys("alt+w")
+        desktop.use("Logs")
+        desktop.shot("log")
         desktop.keys("Escape")
-        desktop.gone("General Settings")
-        desktop.use("Settings")
+        desktop.gone("Logs")
         desktop.keys("Escape")
         desktop.gone("Settings")
 
@@ -197,7 +256,7 @@ class Story:
         wait_for("the lost connection", lambda: self.desktop.windows("Connection Lost"))
         self.desktop.shot("connection lost")
         assert not all((self.remote / photo).exists() for photo in photos), "the run was not cut short"
-        self.server.start("secret")
+        self.server.start()
         for photo in photos:
             self.arrives(photo, idle=False)
         self.idle()
@@ -229,23 +288,102 @@ class Story:
 
     def saved_file(self):
         """A file that is saved is noticed."""
-        self.command("config", "set", "Documents", "--autosync", "yes")
+        desktop = self.desktop
+        self.open_settings("settings, before automatic sync")
+        self.turn_to(2)
+        desktop.press_and_see("Settings", "SouthEast", "alt+f")
+        desktop.keys("alt+a")
         wait_for("the watcher", self.watches)
+        desktop.shot("settings, automatic sync")
         (self.local / "letters" / "saved.txt").write_text("saved")
         self.arrives("letters/saved.txt")
-        self.command("config", "set", "Documents", "--autosync", "no")
+        desktop.use("Settings")
+        desktop.press_and_see("Settings", "SouthEast", "alt+f")
+        desktop.keys("alt+a")
         wait_for("the watcher's end", lambda: not self.watches())
+        desktop.keys("Escape")
+        desktop.gone("Settings")
+
+    def maintenance(self):
+        """Each asks first, and "no" is the answer that Return gives."""
+        desktop = self.desktop
+        state = next(self.config.rglob("*.psi"))
+        self.maintain(0, "Reset Sync Information", "Return", shot="menu, maintenance")
+        assert state.exists()
+        self.maintain(0, "Reset Sync Information", "alt+y")
+        wait_for("the reset", lambda: not state.exists())
+
+        before = self.in_step()
+        (self.local / "only here.txt").write_text("only here")
+        self.maintain(1, "Download All Files Again", "Return")
+        assert (self.local / "only here.txt").exists()
+        self.maintain(1, "Download All Files Again", "alt+y")
+        wait_for("the emptied folder", lambda: not (self.local / "only here.txt").exists())
+        wait_for("all files", lambda: self.both_sides()[0] == before)
+        self.idle()
+
+        (self.remote / "only there.txt").write_text("only there")
+        self.maintain(2, "Upload All Files Again", "alt+y")
+        wait_for("the emptied server folder", lambda: not (self.remote / "only there.txt").exists())
+        wait_for("all files", lambda: self.both_sides()[1] == before)
+        self.idle()
+
+    def maintain(self, number, title, *answer, shot=None):
+        self.desktop.choose(*MAINTENANCE, "Right", *["Down"] * number, "Return", shot=shot)
+        self.desktop.use(title)
+        self.desktop.shot(title.lower())
+        self.desktop.keys(*answer)
+        self.desktop.gone(title)
+
+    def open_questions(self):
+        """The program is told to end while it asks: it ends, and nothing is lost on either side."""
+        letter = self.local / "letters" / "letter 0.txt"
+        letter.write_text("mine")
+        (self.remote / "letters" / "letter 0.txt").write_text("the server's own")
+        before = self.both_sides()
+        self.desktop.choose(*SYNC_ALL, "Return")
+        self.desktop.use("Conflict")
+        self.program.send_signal(signal.SIGTERM)
+        self.ended()
+        assert self.both_sides() == before
+        self.begin()
+        self.desktop.choose(*SYNC_ALL, "Return")
+        self.desktop.use("Conflict")
+        self.desktop.keys("alt+u")
+        self.idle()
+        assert self.in_step()["letters/letter 0.txt"] == b"mine"
+
+        (self.local / "much.bin").write_bytes(b"much" * 100_000)
+        self.server.slow("PUT", 2000)
+        self.desktop.choose(*SYNC_ALL, "Return")
+        wait_for("the upload", lambda: any('"PUT"' in line for line in self.server.requests()))
+        self.server.stop()
+        self.desktop.use("Connection Lost")
+        self.program.send_signal(signal.SIGTERM)
+        self.ended()
+        assert (self.local / "much.bin").stat().st_size == 400_000
+        self.server.start()
+        self.begin()
 
     def quit(self):
-        self.command("settings", "set", "BXSYNC_SYNC_ON_EXIT", "yes")
+        desktop = self.desktop
+        self.open_settings("settings, before the end")
+        desktop.keys("alt+g")
+        desktop.use("General Settings")
+        desktop.keys("alt+e")
+        desktop.shot("general settings")
+        desktop.keys("alt+v")
+        wait_for("the setting", lambda: "BXSYNC_SYNC_ON_EXIT=yes" in self.command("settings", "list").stdout)
+        desktop.gone("General Settings")
         (self.local / "last.txt").write_text("last")
         self.desktop.choose(*QUIT, "Return")
         self.ended()
         assert "last.txt" in self.in_step()
 
     def chapters(self):
-        return (self.first_start, self.conflict, self.menu, self.second_start, self.server_restart,
-                self.changed_password, self.saved_file, self.quit)
+        return (self.first_start, self.conflict, self.settings, self.menu, self.second_start, self.schedule,
+                self.server_restart, self.changed_password, self.saved_file, self.maintenance, self.open_questions,
+                self.quit)
 
     def tell(self):
         for chapter in self.chapters():
@@ -276,8 +414,7 @@ def main():
         try:
             story.tell()
         except BaseException:
-            for log in sorted(folder.glob("*.log")):
-                print(f"--- {log.name}\n{log.read_text(errors='replace')[-2000:]}")
+            story.processes.report()
             raise
         finally:
             story.processes.end()
