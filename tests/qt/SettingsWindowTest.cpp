@@ -154,6 +154,12 @@ TEST_F(SettingsWindowTest, badInputGetsItsMessageAndStays)
         EXPECT_EQ(toUtf8(field->text()), row.typed);
         QTest::keyClick(meant, Qt::Key_X);
         EXPECT_FALSE(shows(*window, row.problem)) << "no longer about what is typed";
+        meant->clear();
+        type(*field, fromUtf8(row.typed));
+        button(*window, "APPLY")->click();
+        for (auto* box : window->findChildren<QCheckBox*>())
+            box->setChecked(false);
+        EXPECT_EQ(shows(*window, row.problem), meant->isEnabled()) << "what is switched off is not bad";
         button(*window, "REVERT")->click();
     }
     EXPECT_EQ(store.get("work", false)->serverURL(), "https://dav.example.org/folder");
@@ -290,12 +296,55 @@ TEST_F(SettingsWindowTest, aQuestionThatIsOpenWhenTheProgramClosesChangesNothing
     EXPECT_THAT(store.configNames(), ElementsAre("work"));
 }
 
-TEST_F(SettingsWindowTest, theAssistantWantsAnAddressFirst)
+TEST_F(SettingsWindowTest, theAssistantSaysBelowEachFieldWhatIsWrongAndKeepsIt)
 {
+    create("work");
     FirstRunAssistant assistant(store);
+    assistant.show();
+    const auto field = [&](const char* key) {
+        for (const auto* label : assistant.findChildren<QLabel*>())
+            if (label->text() == text("Settings", key) && label->buddy())
+                return dynamic_cast<QLineEdit*>(label->buddy());
+        return static_cast<QLineEdit*>(nullptr);
+    };
+    struct Row
+    {
+        int page;
+        const char* field;
+        std::string typed;
+        const char* problem;
+        const char* meant;
+    };
+    const Row rows[] = {{0, "URL", "", "URL_MISSING", "URL"},
+                        {0, "URL", "dav.example.org", "URL_UNUSABLE", "URL"},
+                        {0, "PASSWORD", "sesame", "USER_MISSING", "USER"},
+                        {1, "NAME", "", "NAME_MISSING", "NAME"},
+                        {1, "NAME", "work", "NAME_TAKEN", "NAME"},
+                        {1, "LOCAL", "relative", "LOCAL_UNUSABLE", "LOCAL"},
+                        {1, "LOCAL", tree.path("file"), "LOCAL_NO_FOLDER", "LOCAL"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.problem);
+        assistant.setStartId(row.page);
+        assistant.restart();
+        for (const auto& [key, good] :
+             {std::pair("URL", "http://127.0.0.1:9/"), {"USER", ""}, {"PASSWORD", ""}, {"NAME", "first"}})
+            type(*field(key), good);
+        type(*field("LOCAL"), fromUtf8(tree.path("local")));
+        type(*field(row.field), fromUtf8(row.typed));
+        assistant.next();
+        EXPECT_EQ(assistant.currentId(), row.page);
+        EXPECT_THAT(shown(assistant), ::testing::ElementsAre(text("Settings", row.problem)));
+        EXPECT_EQ(assistant.focusWidget(), field(row.meant));
+        EXPECT_EQ(toUtf8(field(row.field)->text()), row.typed);
+    }
+    assistant.setStartId(2);
     assistant.restart();
-    EXPECT_FALSE(assistant.validateCurrentPage());
-    EXPECT_TRUE(shows(assistant, "URL_MISSING"));
+    type(*field("LOCAL"), fromUtf8(tree.path("file/below")));
+    assistant.accept();
+    EXPECT_TRUE(assistant.isVisible());
+    EXPECT_THAT(shown(assistant),
+                ::testing::ElementsAre(
+                    text("Settings", "LOCAL_NOT_MADE", {{"reason", toUtf8(text("Settings", "REASON_IN_THE_WAY"))}})));
     EXPECT_EQ(assistant.createdName(), "");
 }
 

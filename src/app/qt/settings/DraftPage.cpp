@@ -41,9 +41,15 @@ void DraftPage::addRow(const char* labelKey, QWidget* control, QWidget* row)
     form_->addRow(label, row ? row : control);
 }
 
-void DraftPage::addNote(QLineEdit* control, Field field)
+void DraftPage::addNote(QLineEdit* control, Field field, QLineEdit* partner)
 {
-    addWide(notes_.make(control, field));
+    addWide(notes_.make(control, field, partner));
+}
+
+void DraftPage::clearNotes(std::initializer_list<Field> fields)
+{
+    for (const auto field : fields)
+        notes_.clear(field);
 }
 
 void DraftPage::addWide(QWidget* widget)

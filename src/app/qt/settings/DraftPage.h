@@ -37,8 +37,9 @@ protected:
 
     /// `labelKey` is one of the table "Settings"; `row` holds the control where there is more in its row.
     void addRow(const char* labelKey, QWidget* control, QWidget* row = nullptr);
-    /// What is wrong with the field of the row above.
-    void addNote(QLineEdit* control, Field field);
+    /// What is wrong with the field of the row above, or with it and its partner.
+    void addNote(QLineEdit* control, Field field, QLineEdit* partner = nullptr);
+    void clearNotes(std::initializer_list<Field> fields);
     /// A row without a label of its own.
     void addWide(QWidget* widget);
     QCheckBox* makeSwitch(const char* key);

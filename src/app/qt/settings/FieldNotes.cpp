@@ -9,12 +9,18 @@
 
 namespace tidemark::qt {
 
-FieldNote* FieldNotes::make(QLineEdit* control, Field field)
+FieldNote* FieldNotes::make(QLineEdit* control, Field field, QLineEdit* partner)
 {
     auto* note = new FieldNote(control);
-    QObject::connect(control, &QLineEdit::textChanged, note, [note] { note->setFault({}); });
+    for (auto* typed : {control, partner})
+        if (typed) QObject::connect(typed, &QLineEdit::textChanged, note, [note] { note->setFault({}); });
     checked_[field] = {control, note};
     return note;
+}
+
+void FieldNotes::clear(Field field) const
+{
+    checked_.at(field).note->setFault({});
 }
 
 QWidget* FieldNotes::show(const std::vector<ConfigurationDraft::Problem>& problems) const

@@ -18,8 +18,10 @@ class FieldNotes
 public:
     using Field = ConfigurationDraft::Field;
 
-    /// A note that goes when another text is typed into `control`; for the caller's layout.
-    FieldNote* make(QLineEdit* control, Field field);
+    /// A note that goes when another text is typed into `control`, or into `partner`, which the note may be about as
+    /// well; for the caller's layout.
+    FieldNote* make(QLineEdit* control, Field field, QLineEdit* partner = nullptr);
+    void clear(Field field) const;
 
     /// Of `problems` those that are about a field with a note. The first such field, null without one.
     QWidget* show(const std::vector<ConfigurationDraft::Problem>& problems) const;

@@ -71,7 +71,7 @@ QWizardPage* FirstRunAssistant::makeServerPage()
     form->addRow(text(table, "URL"), url_);
     form->addRow(QString(), serverNotes_.make(url_, Field::url));
     form->addRow(text(table, "USER"), user_);
-    form->addRow(QString(), serverNotes_.make(user_, Field::user));
+    form->addRow(QString(), serverNotes_.make(user_, Field::user, password_));
     form->addRow(text(table, "PASSWORD"), password_);
     form->addRow(QString(), answer_);
     for (auto* field : {url_, user_, password_})

@@ -19,7 +19,7 @@ ProtectionPage::ProtectionPage(QWidget* parent)
     addRow("KEY", key_);
     addNote(key_, Field::key);
     addRow("KEY_AGAIN", repeatedKey_);
-    addNote(repeatedKey_, Field::repeatedKey);
+    addNote(repeatedKey_, Field::repeatedKey, key_);
     addRow("LOG_FOLDER", logFolder_, makeLogChooser());
     addNote(logFolder_, Field::logFolder);
     addRow("LOG_DAYS", logDays_);
@@ -50,6 +50,7 @@ void ProtectionPage::showKey()
 {
     key_->setEnabled(encrypts_->isChecked());
     repeatedKey_->setEnabled(encrypts_->isChecked());
+    if (!encrypts_->isChecked()) clearNotes({Field::key, Field::repeatedKey});
 }
 
 void ProtectionPage::load(const ConfigurationDraft& draft)

@@ -34,7 +34,7 @@ SignInPage::SignInPage(Draft draft, QWidget* parent)
       check_(new QPushButton(textOf("CHECK"))), answer_(new WrappedText)
 {
     addRow("USER", user_);
-    addNote(user_, Field::user);
+    addNote(user_, Field::user, password_);
     addRow("PASSWORD", password_);
     addRow("IDENTITY", identity_, makeIdentityRow());
     identityNote_ = new FieldNote(identity_);
@@ -47,7 +47,7 @@ SignInPage::SignInPage(Draft draft, QWidget* parent)
     addRow("PROXY_PORT", proxyPort_);
     addNote(proxyPort_, Field::proxyPort);
     addRow("PROXY_USER", proxyUser_);
-    addNote(proxyUser_, Field::proxyUser);
+    addNote(proxyUser_, Field::proxyUser, proxyPassword_);
     addRow("PROXY_PASSWORD", proxyPassword_);
     addWide(makeCheckRow());
     for (auto* box : {ignoreCertificate_, usesProxy_})
@@ -126,6 +126,7 @@ void SignInPage::showProxy()
 {
     for (auto* field : {proxyHost_, proxyPort_, proxyUser_, proxyPassword_})
         field->setEnabled(usesProxy_->isChecked());
+    if (!usesProxy_->isChecked()) clearNotes({Field::proxyHost, Field::proxyPort, Field::proxyUser});
     warning_->setVisible(ignoreCertificate_->isChecked());
 }
 
