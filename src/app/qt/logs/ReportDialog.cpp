@@ -32,9 +32,10 @@ std::vector<std::pair<std::string, std::string>> desktopVersions()
 
 QString suggestedPath()
 {
-    const auto folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    const QDir documents(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+    const auto folder = documents.exists() ? documents : QDir::home();
     const auto name = "tidemark-report-" + QDate::currentDate().toString(Qt::ISODate) + ".zip";
-    return QDir(folder).filePath(name);
+    return folder.filePath(name);
 }
 
 } // namespace
