@@ -33,6 +33,7 @@ SchedulePage::SchedulePage(QWidget* parent)
     list_->setMinimumHeight(list_->fontMetrics().lineSpacing() * visibleRows);
     addRow("SCHEDULES", list_);
     addRow("SCHEDULE_NEW", week_, makeEditor());
+    week_->setAccessibleName(textOf("SCHEDULE_DAY"));
     note_ = new FieldNote(week_);
     addWide(note_);
     addHint(textOf("SCHEDULE_HINT"));
