@@ -20,6 +20,7 @@ FOLDERS_WATCHED = 100  # below each configuration's folder
 START_GOAL = 0.5  # seconds
 MEMORY_FILES = 100_000
 MEMORY_GOAL = 120  # MB
+SETTLING_SECONDS = 1
 LOOP_FILES = 10_000
 LOOP_GOAL = 100  # milliseconds
 FILES_PER_FOLDER = 100
@@ -133,10 +134,14 @@ class WatchedRun:
         self.seconds = time.perf_counter() - begin
         if self.result() != "done":
             raise SystemExit(f"the run ended with: {self.result()}")
+        wait_for("the end of the progress window", lambda: not self.progress_windows())
+
+    def progress_windows(self):
+        return self.screen.windows("--onlyvisible", "--name", "^Synchroni")
 
     def show_details(self):
         """By the keyboard. They make the window higher."""
-        window = wait_for("the progress window", lambda: self.screen.windows("--onlyvisible", "--name", "^Synchroni"))[0]
+        window = wait_for("the progress window", self.progress_windows)[0]
         before = self.height(window)
         self.screen.tool("windowactivate", "--sync", window, "key", "alt+d")
         wait_for("the details", lambda: self.height(window) > before)
@@ -180,6 +185,7 @@ def memory(bench):
         bench.configure("work", url, local)
         with Screen() as screen:
             run = WatchedRun(bench, screen, bench.tray)
+            time.sleep(SETTLING_SECONDS)
             after, peak = run.megabytes()
             run.end()
     finally:

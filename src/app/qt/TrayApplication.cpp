@@ -14,6 +14,7 @@
 #include "config/BXSyncConfigManager.h"
 #include "config/BXSyncGlobalConf.h"
 #include "config/BXSyncTask.h"
+#include "platform/Memory.h"
 
 namespace tidemark::qt {
 
@@ -230,7 +231,10 @@ void TrayApplication::bringProgressToFront()
 
 void TrayApplication::hideProgress()
 {
+    // The items of a long run are a large part of what the program holds.
+    items_.resetSyncList();
     windows_->hideProgress();
+    QThreadPool::globalInstance()->start(&Memory::giveFreedBack);
 }
 
 void TrayApplication::addList(const std::vector<BXSyncFileDataInfo*>& items, const std::string& confName)

@@ -59,6 +59,7 @@ void TrayWindows::bringProgressToFront()
 void TrayWindows::hideProgress()
 {
     progress_->hide();
+    progress_->refresh(); // lets go of the items
 }
 
 void TrayWindows::resetSyncList()

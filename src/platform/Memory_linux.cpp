@@ -1,0 +1,16 @@
+#include "platform/Memory.h"
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+namespace tidemark {
+
+void Memory::giveFreedBack()
+{
+#ifdef __GLIBC__
+    ::malloc_trim(0);
+#endif
+}
+
+} // namespace tidemark
