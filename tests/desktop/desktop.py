@@ -73,22 +73,16 @@ class Desktop:
         self.shots = shots
         self.taken = 0
         display, end = os.pipe()
-        processes.start("Xvfb", "-displayfd", str(end), "-screen", "0", "1280x800x24", pass_fds=(end,))
+        # Without "-noreset" a look at the empty screen throws out whoever is about to come.
+        processes.start("Xvfb", "-noreset", "-displayfd", str(end), "-screen", "0", "1280x800x24", pass_fds=(end,))
         os.close(end)
         with os.fdopen(display) as numbers:
             os.environ["DISPLAY"] = ":" + numbers.readline().strip()
         processes.start("openbox")
         wait_for("the window manager", lambda: run("xdotool", "get_desktop"))
-        self.processes, self.trayer = processes, None
-        wait_for("the status area", self.has_status_area)
-
-    def has_status_area(self):
-        """A status area that did not find its way is started once more."""
-        if not self.trayer or self.trayer.poll() is not None:
-            self.trayer = self.processes.start(
-                "trayer", "--SetDockType", "true", "--edge", "top", "--align", "right", "--widthtype", "request",
-                "--height", "24", "--monitor", "primary")
-        return run("xdotool", "search", "--class", "trayer")
+        processes.start("trayer", "--SetDockType", "true", "--edge", "top", "--align", "right", "--widthtype",
+                        "request", "--height", "24", "--monitor", "primary")
+        wait_for("the status area", lambda: run("xdotool", "search", "--class", "trayer"))
 
     def shot(self, name):
         """A picture of the screen once two looks at it are the same, or nearly: a countdown never stands still."""
@@ -130,16 +124,16 @@ class Desktop:
     def keys(self, *keys):
         run("xdotool", "key", "--clearmodifiers", *keys, check=True)
 
-    def press_and_see(self, title, corner, *keys):
-        """Presses keys and waits until that corner of the window ("SouthEast") looks different."""
-        window = self.windows(title)[-1]
+    def corner(self, title, corner):
+        """What that corner of the window ("SouthEast") looks like; nothing when the window has just gone."""
+        return subprocess.run(["import", "-window", (self.windows(title) or ["none"])[-1], "-gravity", corner, "-crop",
+                               "160x60+0+0", "rgb:-"], capture_output=True, timeout=60).stdout
 
-        def look():
-            return subprocess.run(["import", "-window", window, "-gravity", corner, "-crop", "160x60+0+0",
-                                   "rgb:-"], capture_output=True, timeout=60).stdout
-        before = look()
+    def press_and_see(self, title, corner, *keys):
+        """Presses keys and waits until that corner of the window looks different."""
+        before = self.corner(title, corner)
         self.keys(*keys)
-        wait_for(f"a change in “{title}”", lambda: look() not in (b"", before))
+        wait_for(f"a change in “{title}”", lambda: self.corner(title, corner) not in (b"", before))
 
     def type(self, text):
         run("xdotool", "type", "--clearmodifiers", text, check=True)

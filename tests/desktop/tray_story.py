@@ -5,7 +5,6 @@ driven by mouse and keyboard, against the development server. Screenshots go to 
     tray_story.py TIDEMARK TIDEMARK_TRAY DEVSERVER [SCREENSHOTS]
 """
 
-import json
 import os
 import shutil
 import signal
@@ -15,90 +14,13 @@ import tempfile
 import time
 from pathlib import Path
 
-from desktop import Desktop, Processes, Server, missing, wait_for
+from desktop import missing, wait_for
+from tray_user import LIST_ALL, LIST_ONE, PROGRESS, QUIT, SETTINGS, SYNC_ALL, SYNC_ONE, VERSION, TrayUser
 
 SKIPPED = 77
 
-# The status item's menu, one key press down for each entry.
-SYNC_ALL, LIST_ALL, SYNC_ONE, LIST_ONE, SETTINGS, MAINTENANCE, VERSION, QUIT = (["Down"] * n for n in range(1, 9))
-PROGRESS = "Synchronization"
 
-
-class Story:
-    def __init__(self, tidemark, tray, devserver, folder, shots):
-        self.tidemark, self.tray = tidemark, tray
-        self.config = folder / "config"
-        self.processes = Processes(folder)
-        self.program = None
-        try:
-            self.server = Server(self.processes, devserver, folder, "anna")
-            self.desktop = Desktop(self.processes, shots)
-        except BaseException:
-            self.processes.report()
-            self.processes.end()
-            raise
-        self.remote = self.server.root / "documents"
-        self.local, self.photos, self.logs = folder / "Documents", folder / "Photos", folder / "Logs"
-
-    # What the chapters share. ---------------------------------------------------------------------------------------
-
-    def command(self, *arguments, fails=False):
-        done = subprocess.run([self.tidemark, "--config-dir", str(self.config), *arguments], capture_output=True,
-                              text=True, timeout=60)
-        assert fails or done.returncode == 0, (arguments, done.stderr)
-        return done
-
-    def state(self):
-        """What the program says of itself; nothing while it does not run."""
-        done = self.command("status", "--json", fails=True)
-        return json.loads(done.stdout) if done.returncode == 0 else {}
-
-    def begin(self):
-        self.page = 0
-        self.program = self.processes.start(self.tray, "--config-dir", str(self.config))
-        wait_for("the application", self.state)
-        wait_for("its place in the status area", self.desktop.has_status_item)
-
-    def ended(self):
-        assert self.program.wait(timeout=60) == 0, self.program.returncode
-        assert not self.state()
-
-    def idle(self):
-        wait_for("the end of the run", lambda: self.state().get("state") == "idle")
-        self.desktop.gone(PROGRESS)
-
-    def watches(self):
-        return any(one["watcher"] == "watching" for one in self.state()["configurations"])
-
-    def arrives(self, name, idle=True):
-        wait_for(f"{name} on the server", lambda: (self.remote / name).exists())
-        if idle:
-            self.idle()
-
-    def both_sides(self):
-        def files(folder):
-            paths = (path for path in folder.rglob("*") if path.is_file())
-            return {str(path.relative_to(folder)): path.read_bytes() for path in paths}
-        return files(self.local), files(self.remote)
-
-    def open_settings(self, shot):
-        self.desktop.choose(*SETTINGS, "Return")
-        self.desktop.use("Settings")
-        self.desktop.shot(shot)
-
-    def turn_to(self, page):
-        """To a page of the settings, from where they were left: into one of its fields and on from there."""
-        inside = ("alt+m", "alt+p", "alt+i", "alt+f")[self.page]
-        self.desktop.keys(inside, *["ctrl+Tab"] * ((page - self.page) % 4))
-        self.page = page
-
-    def in_step(self):
-        local, remote = self.both_sides()
-        assert local == remote, (sorted(local), sorted(remote))
-        return local
-
-    # The chapters. --------------------------------------------------------------------------------------------------
-
+class Story(TrayUser):
     def first_start(self):
         """Nothing is configured: the assistant asks, does not take a wrong password, and the first sync begins."""
         (self.remote / "letters").mkdir(parents=True)
@@ -110,24 +32,27 @@ class Story:
         desktop.use("Welcome to Tidemark")
         desktop.shot("assistant, empty")
         desktop.fill(f"{self.server.url}/documents", "anna", "wrong")
+        ready = desktop.corner("Welcome to Tidemark", "SouthEast")
         desktop.keys("Return")
         wait_for("the refusal", lambda: any('"status":401' in line.replace(" ", "") for line in self.server.requests()))
+        wait_for("its answer", lambda: desktop.corner("Welcome to Tidemark", "SouthEast") == ready)
         desktop.shot("assistant, wrong password")
         desktop.fill("secret")
-        desktop.keys("Return")
-        wait_for("the folder's check", lambda: any("PROPFIND" in line for line in self.server.requests()))
+        desktop.press_and_see("Welcome to Tidemark", "NorthWest", "Return")
         desktop.shot("assistant, folder")
         desktop.fill("Documents", str(self.local))
-        desktop.keys("Return")
+        desktop.press_and_see("Welcome to Tidemark", "NorthWest", "Return")
         desktop.shot("assistant, done")
-        self.server.slow("GET", 150)
+        self.server.slow("GET", 1000)
         desktop.keys("Return")
         desktop.gone("Welcome to Tidemark")
-        wait_for("the progress window", lambda: desktop.windows(PROGRESS))
+        desktop.use(PROGRESS)
         desktop.shot("first sync")
+        desktop.press_and_see(PROGRESS, "SouthWest", "alt+d")
+        desktop.shot("first sync, details")
+        self.server.release()
         wait_for("the files", lambda: self.local.is_dir() and len(self.both_sides()[0]) == 8)
         self.idle()
-        self.server.release()
         self.in_step()
 
     def conflict(self):
@@ -179,11 +104,6 @@ class Story:
         desktop.gone("Settings")
         self.photos.mkdir(exist_ok=True)
         (self.photos / "beach.jpg").write_text("beach")
-
-    @staticmethod
-    def soon_due():
-        """The beginning of a minute that is not upon us yet, whatever the machine is busy with."""
-        return time.localtime(time.time() + 75 if time.localtime().tm_sec > 35 else time.time() + 60)
 
     def schedule(self):
         """Nobody asked for it but the timetable."""
@@ -327,13 +247,6 @@ class Story:
         wait_for("the emptied server folder", lambda: not (self.remote / "only there.txt").exists())
         wait_for("all files", lambda: self.both_sides()[1] == before)
         self.idle()
-
-    def maintain(self, number, title, *answer, shot=None):
-        self.desktop.choose(*MAINTENANCE, "Right", *["Down"] * number, "Return", shot=shot)
-        self.desktop.use(title)
-        self.desktop.shot(title.lower())
-        self.desktop.keys(*answer)
-        self.desktop.gone(title)
 
     def open_questions(self):
         """The program is told to end while it asks: it ends, and nothing is lost on either side."""
