@@ -45,15 +45,16 @@ class Processes:
         self.all = []
 
     def start(self, *command, **options):
-        log = open(self.folder / f"{len(self.all):02}-{Path(command[0]).name}.log", "wb")
-        with log:
+        path = self.folder / f"{len(self.all):02}-{Path(command[0]).name}.log"
+        with open(path, "wb") as log:
             process = subprocess.Popen(command, stdout=log, stderr=log, stdin=subprocess.DEVNULL, **options)
+        process.said = path
         self.all.append(process)
         return process
 
     def report(self):
-        for process, log in zip(self.all, sorted(self.folder.glob("*.log"))):
-            print(f"--- {log.name}, {process.poll()}\n{log.read_text(errors='replace')[-2000:]}")
+        for process in self.all:
+            print(f"--- {process.said.name}, {process.poll()}\n{process.said.read_text(errors='replace')[-2000:]}")
 
     def end(self):
         for process in reversed(self.all):

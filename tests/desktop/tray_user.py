@@ -47,6 +47,7 @@ class TrayUser:
     def ended(self):
         assert self.program.wait(timeout=60) == 0, self.program.returncode
         assert not self.state()
+        assert not (said := self.program.said.read_text()), said
 
     def idle(self):
         wait_for("the end of the run", lambda: self.state().get("state") == "idle")
