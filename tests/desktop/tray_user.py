@@ -93,4 +93,4 @@ class TrayUser:
     @staticmethod
     def soon_due():
         """The beginning of a minute that is not upon us yet, whatever the machine is busy with."""
-        return time.localtime(time.time() + 75 if time.localtime().tm_sec > 35 else time.time() + 60)
+        return time.localtime(time.time() + 78 if time.localtime().tm_sec > 42 else time.time() + 60)
