@@ -1,5 +1,7 @@
 #include "platform/Memory.h"
 
+#include <cstdlib> // says whose library it is
+
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif

@@ -22,6 +22,7 @@ namespace {
 
 constexpr int checkMilliseconds = 1000;
 constexpr int exitStepMilliseconds = 20;
+constexpr int memoryMilliseconds = 1000;
 constexpr std::chrono::seconds patienceWithQuestions(3);
 
 TrayWindows::Outside windowsOutside(const TrayApplication::Outside& outside, BXSyncProgressModel& progress,
@@ -234,7 +235,8 @@ void TrayApplication::hideProgress()
     // The items of a long run are a large part of what the program holds.
     items_.resetSyncList();
     windows_->hideProgress();
-    QThreadPool::globalInstance()->start(&Memory::giveFreedBack);
+    // The sequence's thread lets go of what it holds once this has returned.
+    QTimer::singleShot(memoryMilliseconds, this, [] { QThreadPool::globalInstance()->start(&Memory::giveFreedBack); });
 }
 
 void TrayApplication::addList(const std::vector<BXSyncFileDataInfo*>& items, const std::string& confName)
