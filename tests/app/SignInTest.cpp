@@ -1,5 +1,7 @@
 // What a person sees of a sign-in that does not succeed, on a terminal and elsewhere, and the settings behind it.
 
+#include <atomic>
+
 #include <gmock/gmock.h>
 
 #include "devserver/Server.h"
@@ -50,9 +52,6 @@ RawServer::Answer guarded(const RawServer::Request& request)
 
 TEST_F(SignInTest, WithoutATerminalTheReasonIsSaidAndNothingAsked)
 {
-    std::string answer;
-    RawServer server([&](const RawServer::Request&) { return RawServer::Answer{answer}; });
-    create(server.url("/dav/"));
     const std::pair<std::string, const char*> answers[] = {
         {httpAnswer(401, "", "WWW-Authenticate: Basic realm=\"r\"\r\n"), "does not accept the user or the password"},
         {httpAnswer(407, "", "Proxy-Authenticate: Basic realm=\"r\"\r\n"), "the proxy does not accept"},
@@ -61,10 +60,12 @@ TEST_F(SignInTest, WithoutATerminalTheReasonIsSaidAndNothingAsked)
         {"HTTP/1.1 200 OK\r\nContent-Length: none\r\n\r\n", "no connection"},
         {httpAnswer(200), "is not a WebDAV server"},
     };
-    for (const auto& [bytes, words] : answers) {
-        answer = bytes;
+    std::atomic<std::size_t> turn = 0;
+    RawServer server([&](const RawServer::Request&) { return RawServer::Answer{answers[turn].first}; });
+    create(server.url("/dav/"));
+    for (; turn < std::size(answers); ++turn) {
         EXPECT_EQ(tidemark({"config", "check", "work"}), 4);
-        EXPECT_THAT(messages, HasSubstr(words));
+        EXPECT_THAT(messages, HasSubstr(answers[turn].second));
     }
 
     devserver::Options options;
