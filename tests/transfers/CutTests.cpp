@@ -221,6 +221,8 @@ TEST_P(Cuts, aFileThatChangesWhileItIsSent)
         world.server->addFault({"PUT", "*", fault::Call{[&] { change.make(client.local); }, 200'000}, 1});
         EXPECT_EQ(client.sync(), Outcome::someItemsFailed);
         EXPECT_EQ(messageOf("/f.bin"), "LOCALFILE_CHANGED");
+        // The run may see the change before it is complete.
+        ASSERT_TRUE(world.server->waitUntilIdle());
         world.expectOnServer("f.bin", bytes(1000));
         if (client.local.exists("f.bin"))
             expectPutRight(client.local.content("f.bin"));
