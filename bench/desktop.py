@@ -26,6 +26,7 @@ LOOP_GOAL = 100  # milliseconds
 FILES_PER_FOLDER = 100
 ICON_WIDTH = 16
 PATIENCE = 1800
+KEY_PRESSES = 5
 
 
 class Screen:
@@ -88,12 +89,18 @@ class Screen:
                 events.terminate()
 
 
-def wait_for(what, condition):
+def soon(condition, seconds):
     begin = time.perf_counter()
-    while time.perf_counter() - begin < PATIENCE:
+    while time.perf_counter() - begin < seconds:
         if answer := condition():
             return answer
         time.sleep(0.05)
+    return None
+
+
+def wait_for(what, condition):
+    if answer := soon(condition, PATIENCE):
+        return answer
     raise SystemExit(f"waited in vain for {what}")
 
 
@@ -143,8 +150,12 @@ class WatchedRun:
         """By the keyboard. They make the window higher."""
         window = wait_for("the progress window", self.progress_windows)[0]
         before = self.height(window)
-        self.screen.tool("windowactivate", "--sync", window, "key", "alt+d")
-        wait_for("the details", lambda: self.height(window) > before)
+        # A window that takes the keyboard at that moment takes the keys, too.
+        for _ in range(KEY_PRESSES):
+            self.screen.tool("windowactivate", "--sync", window, "key", "alt+d")
+            if soon(lambda: self.height(window) > before, 5):
+                return
+        raise SystemExit("the details do not open")
 
     def height(self, window):
         found = re.search(r"HEIGHT=(\d+)", self.screen.tool("getwindowgeometry", "--shell", window))
